@@ -1,0 +1,30 @@
+# Warnings and sanitizers, applied to every target of ours through velmaros_target_defaults().
+add_library(velmaros_options INTERFACE)
+target_compile_options(velmaros_options INTERFACE -Wall -Wextra -Wpedantic)
+if(VELMAROS_WERROR)
+  target_compile_options(velmaros_options INTERFACE -Werror)
+endif()
+if(VELMAROS_SANITIZE)
+  target_compile_options(velmaros_options INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer)
+  target_link_options(velmaros_options INTERFACE -fsanitize=address,undefined)
+endif()
+target_compile_features(velmaros_options INTERFACE cxx_std_20)
+
+function(velmaros_target_defaults target)
+  target_link_libraries(${target} PRIVATE velmaros_options)
+endfunction()
+
+# One test executable per unit; each runs with a HOME of its own so no test sees another's files.
+function(velmaros_add_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} Qt6::Test velmaros_options)
+  set(home ${CMAKE_BINARY_DIR}/test-home/${name})
+  file(MAKE_DIRECTORY ${home}/runtime)
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
+    ENVIRONMENT "HOME=${home};XDG_RUNTIME_DIR=${home}/runtime;XDG_DATA_HOME=${home}/.local/share;XDG_CONFIG_HOME=${home}/.config;QT_QPA_PLATFORM=offscreen;QUILLON_BEARER=;MINTBRIDGE_TOKEN=;MINTBRIDGE_BEARER=")
+endfunction()
