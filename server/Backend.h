@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Clock.h"
+#include "db/Database.h"
+#include "services/AccountService.h"
+#include "services/AssetsService.h"
+#include "services/DemoSeeder.h"
+#include "services/HouseholdService.h"
+#include "services/PasswordHasher.h"
+#include "services/TokenService.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace lumen {
+
+// Everything lumen-api knows, without the HTTP: the data folder, its database (migrated on
+// opening) and the services over it. The server and the command line share it.
+class Backend {
+public:
+    // Creates the folder (0700) and the database file (0600) when they are missing.
+    Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> clock);
+    Backend(const Backend&) = delete;
+    Backend& operator=(const Backend&) = delete;
+
+    const QString& dataDir() const { return m_dataDir; }
+    QString databasePath() const;
+    QString assetsDir() const;
+
+    Clock& clock() { return *m_clock; }
+    db::Database& database() { return m_database; }
+    AccountService& accounts() { return m_accounts; }
+    HouseholdService& households() { return m_households; }
+    AssetsService& assets() { return m_assets; }
+    DemoSeeder& seeder() { return m_seeder; }
+
+private:
+    static QString prepareFolder(const QString& dataDir);
+
+    QString m_dataDir;
+    std::shared_ptr<Clock> m_clock;
+    PasswordHasher m_hasher;
+    db::Database m_database;
+    HouseholdService m_households;
+    TokenService m_tokens;
+    AccountService m_accounts;
+    AssetsService m_assets;
+    DemoSeeder m_seeder;
+};
+
+} // namespace lumen

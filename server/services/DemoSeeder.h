@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+namespace lumen {
+
+namespace db {
+class Database;
+} // namespace db
+
+class AccountService;
+class HouseholdService;
+
+struct DemoAccount {
+    QString username;
+    QString displayName;
+    QString role;
+    QString password; // as given, or generated and shown only this once
+};
+
+struct SeedResult {
+    bool alreadySeeded = false;
+    std::vector<DemoAccount> accounts;
+    QStringList notesWritten; // slugs of the asset notes written
+};
+
+// Makes the demo household in a fresh data folder: owner "velmar" with member "sefa" bound to
+// him, plus a few asset notes. A folder seeded once, or already holding either name, is left
+// exactly as it is.
+class DemoSeeder {
+public:
+    DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households, QString assetsDir);
+
+    SeedResult seed(const std::optional<QString>& password = std::nullopt);
+    bool isSeeded();
+
+    static QString generatePassword();
+
+private:
+    void writeNotes(SeedResult& result) const;
+
+    db::Database& m_database;
+    AccountService& m_accounts;
+    HouseholdService& m_households;
+    QString m_assetsDir;
+};
+
+} // namespace lumen
