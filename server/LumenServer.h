@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Backend.h"
 #include "Clock.h"
 #include "services/PasswordHasher.h"
 
@@ -14,12 +15,6 @@ class Server;
 }
 
 namespace lumen {
-
-class Backend;
-class AccountService;
-class AssetsService;
-class DemoSeeder;
-class HouseholdService;
 
 namespace routes {
 struct RouteContext;

@@ -16,7 +16,7 @@ bool isTableLine(const QString& line)
 // A row such as "| --- | :---: |" separating the header from the data.
 bool isDelimiterRow(const QString& line)
 {
-    static const QRegularExpression pattern(QStringLiteral(R"(^\|?\s*:?-{3,}:?\s*(\|\s*:?-{3,}:?\s*)*\|?$)"));
+    static const QRegularExpression pattern(QStringLiteral(R"(^\|?\s*:?-+:?\s*(\|\s*:?-+:?\s*)*\|?$)"));
     return pattern.match(line.trimmed()).hasMatch();
 }
 

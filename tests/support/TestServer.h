@@ -1,0 +1,80 @@
+#pragma once
+
+#include "LumenServer.h"
+
+#include <QString>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <memory>
+#include <mutex>
+
+// A server clock that only moves when the test says so; safe to read from server threads.
+class TestServerClock final : public lumen::Clock {
+public:
+    explicit TestServerClock(QDateTime start = QDateTime(QDate(2026, 11, 21), QTime(9, 30), Qt::UTC))
+        : m_now(std::move(start))
+    {
+    }
+    QDateTime now() const override
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_now;
+    }
+    void set(QDateTime value)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_now = std::move(value);
+    }
+    void advance(qint64 seconds)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_now = m_now.addSecs(seconds);
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QDateTime m_now;
+};
+
+// The real lumen-api, in-process, on 127.0.0.1 and a port the system picks, over a fresh
+// data folder that disappears with it. Cheap password hashing keeps logins fast. The
+// server answers on its own threads, so a test on the Qt main thread can await replies.
+class TestServer {
+public:
+    struct Options {
+        int workerThreads = 8;
+        bool start = true; // false: prepare the folder and services, call start() later
+    };
+
+    TestServer();
+    explicit TestServer(Options options);
+    ~TestServer();
+
+    TestServer(const TestServer&) = delete;
+    TestServer& operator=(const TestServer&) = delete;
+
+    void start();
+    void stop();
+
+    QUrl baseUrl() const;
+    int port() const;
+    QString dataDir() const;
+    QString assetsDir() const;
+
+    // Each throws (lumen::ApiError) on a refusal, such as a name already taken.
+    int createUser(const QString& name, const QString& password, const QString& displayName = {});
+    void bind(int ownerId, int memberId);
+    // velmar (owner) and sefa (member), both with this password, plus the demo asset notes.
+    void seedDemo(const QString& password);
+    // A valid bearer token for the user, without a login.
+    QString issueToken(const QString& username);
+
+    lumen::LumenServer& server() { return *m_server; }
+    TestServerClock& clock() { return *m_clock; }
+
+private:
+    QTemporaryDir m_dataDir;
+    std::shared_ptr<TestServerClock> m_clock;
+    std::unique_ptr<lumen::LumenServer> m_server;
+};
