@@ -87,7 +87,9 @@ void LumenServer::start()
 
     const std::string host = m_config.host.toStdString();
     int port = m_config.port;
-    if (port == 0)
+    if (port == 0 && m_lastPort > 0 && m_http->bind_to_port(host, m_lastPort))
+        port = m_lastPort; // a restarted server comes back where its clients left it
+    else if (port == 0)
         port = m_http->bind_to_any_port(host);
     else if (!m_http->bind_to_port(host, port))
         port = -1;
@@ -96,6 +98,7 @@ void LumenServer::start()
         throw std::runtime_error("cannot listen on " + host + ":" + std::to_string(m_config.port));
     }
     m_port = port;
+    m_lastPort = port;
     m_listener = std::thread([server = m_http.get()] { server->listen_after_bind(); });
 
     const auto deadline = std::chrono::steady_clock::now() + kStartTimeout;

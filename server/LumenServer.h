@@ -41,7 +41,8 @@ public:
     LumenServer& operator=(const LumenServer&) = delete;
     ~LumenServer();
 
-    // Binds, starts the listen thread and returns once requests are being accepted.
+    // Binds, starts the listen thread and returns once requests are being accepted. After a
+    // stop() it binds the same port again when it can, even when configured with 0.
     // Throws std::runtime_error when the address cannot be bound.
     void start();
     // Stops accepting, finishes the requests in progress and joins the threads. Idempotent.
@@ -70,6 +71,7 @@ private:
     std::unique_ptr<httplib::Server> m_http;
     std::thread m_listener;
     int m_port = 0;
+    int m_lastPort = 0;
 };
 
 } // namespace lumen

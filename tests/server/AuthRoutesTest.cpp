@@ -265,6 +265,17 @@ private slots:
         QVERIFY(!reply.detail().isEmpty());
     }
 
+    void restartKeepsThePortAndTheSessions()
+    {
+        const QString token = m_http->login(u"velmar"_s, kPassword);
+        const int port = m_server->port();
+        m_server->stop();
+        QCOMPARE(m_http->get("/health").status, 0);
+        m_server->start();
+        QCOMPARE(m_server->port(), port);
+        QCOMPARE(m_http->get("/auth/me", token).status, 200);
+    }
+
     void passwordsAndTokensAreNotStoredInClear()
     {
         const QString token = m_http->login(u"velmar"_s, kPassword);
