@@ -1,0 +1,142 @@
+#include "ContentWords.h"
+
+namespace language {
+
+namespace {
+
+// Dropped at the start of a phrase, even when nothing remains.
+constexpr const char16_t* leadingFunctionWords[]
+    = { u"还有", u"另外", u"以及", u"然后", u"刚才", u"刚刚", u"现在", u"正在", u"一直", u"要去", u"我", u"在", u"去",
+          u"到", u"和", u"跟", u"与", u"又", u"再", u"也", u"的", u"把", u"就", u"是", u"刚" };
+// Dropped at the start of a description's chunk when a real word follows.
+constexpr const char16_t* leadingVerbs[] = { u"付的", u"出的", u"买的", u"收到", u"支付", u"花费", u"买", u"吃", u"喝",
+    u"付", u"交", u"缴", u"花", u"用", u"充", u"点", u"叫", u"订" };
+// Dropped after a leading verb when at least two characters remain ("买件外套").
+constexpr const char16_t* countingWords[] = { u"个", u"件", u"杯", u"份", u"些", u"张", u"瓶", u"支", u"双", u"盒",
+    u"碗", u"顿", u"斤", u"袋", u"罐", u"串" };
+// Dropped at the end of a description's chunk when something remains.
+constexpr const char16_t* trailingWords[] = { u"到账", u"花了", u"付了", u"的钱", u"花", u"付", u"的" };
+// Dropped at the end of an activity's chunk when something remains ("做饭用了半小时").
+constexpr const char16_t* trailingActivityWords[]
+    = { u"用", u"花", u"大概", u"左右", u"差不多", u"一共", u"一下", u"去" };
+// Dropped at the end of any chunk when something remains.
+constexpr const char16_t* trailingParticles[] = { u"啊", u"吧", u"呢", u"哦", u"嘛", u"呀", u"啦" };
+// A chunk that is only one of these says nothing.
+constexpr const char16_t* emptyWords[] = { u"钱", u"块", u"一共", u"共", u"花", u"用", u"付", u"交", u"买", u"了",
+    u"我", u"的", u"是", u"在", u"去", u"和", u"跟", u"还有", u"花费", u"支出", u"消费", u"记", u"记一下", u"记一笔",
+    u"帮我记", u"记账", u"大概", u"左右", u"差不多", u"一下", u"到账", u"收入", u"进账", u"人均", u"每人" };
+
+QString withoutLe(const QString& word)
+{
+    QString out;
+    out.reserve(word.size());
+    for (qsizetype i = 0; i < word.size(); ++i) {
+        if (word.at(i) == u'了' && !(i + 1 < word.size() && word.at(i + 1) == u'解'))
+            continue;
+        out.append(word.at(i));
+    }
+    return out;
+}
+
+template<size_t N> bool stripPrefix(QString& word, const char16_t* const (&list)[N], qsizetype keepAtLeast)
+{
+    for (const char16_t* w : list) {
+        const QStringView prefix(w);
+        if (word.startsWith(prefix) && word.size() - prefix.size() >= keepAtLeast) {
+            word.remove(0, prefix.size());
+            return true;
+        }
+    }
+    return false;
+}
+
+template<size_t N> bool stripSuffix(QString& word, const char16_t* const (&list)[N], qsizetype keepAtLeast)
+{
+    for (const char16_t* w : list) {
+        const QStringView suffix(w);
+        if (word.endsWith(suffix) && word.size() - suffix.size() >= keepAtLeast) {
+            word.chop(suffix.size());
+            return true;
+        }
+    }
+    return false;
+}
+
+bool isEmptyWord(const QString& word)
+{
+    for (const char16_t* w : emptyWords) {
+        if (word == QStringView(w))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool ContentWords::stripLeadingVerb(QString& word) const
+{
+    for (const char16_t* w : leadingVerbs) {
+        const QStringView verb(w);
+        if (!word.startsWith(verb) || word.size() - verb.size() < 2)
+            continue;
+        // "交通卡" and "充电器" begin with a word of their own, not with a verb.
+        if (m_lexicon.financeWordLengthAt(word.toLower()) > verb.size())
+            return false;
+        word.remove(0, verb.size());
+        stripPrefix(word, countingWords, 2);
+        return true;
+    }
+    return false;
+}
+
+QString ContentWords::cleanWord(const QString& raw, bool startsPhrase) const
+{
+    QString word = withoutLe(raw).trimmed();
+    if (isEmptyWord(word))
+        return {};
+    bool verbTaken = false;
+    for (bool changed = true; changed;) {
+        changed = false;
+        if (startsPhrase && stripPrefix(word, leadingFunctionWords, 0))
+            changed = true;
+        if (!startsPhrase && word.startsWith(u'的') && word.size() > 1) {
+            word.remove(0, 1);
+            changed = true;
+        }
+        if (m_role == Role::description && !verbTaken && stripLeadingVerb(word))
+            changed = verbTaken = true;
+        if (m_role == Role::description && stripSuffix(word, trailingWords, 1))
+            changed = true;
+        if (m_role == Role::activity && stripSuffix(word, trailingActivityWords, 1))
+            changed = true;
+        if (stripSuffix(word, trailingParticles, 1))
+            changed = true;
+        if (isEmptyWord(word))
+            return {};
+    }
+    return word;
+}
+
+QString ContentWords::phrase(const QList<Chunk>& chunks) const
+{
+    QList<Chunk> cleaned = clean(chunks);
+    if (m_role == Role::description) {
+        for (Chunk& chunk : cleaned)
+            chunk.gluedToPrevious = false;
+    }
+    return joinChunks(cleaned);
+}
+
+QList<Chunk> ContentWords::clean(const QList<Chunk>& chunks) const
+{
+    QList<Chunk> out;
+    for (const Chunk& chunk : chunks) {
+        Chunk cleaned = chunk;
+        cleaned.text = cleanWord(chunk.text, out.isEmpty());
+        if (!cleaned.text.isEmpty())
+            out.append(cleaned);
+    }
+    return out;
+}
+
+} // namespace language

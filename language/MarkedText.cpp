@@ -1,0 +1,200 @@
+#include "MarkedText.h"
+
+namespace language {
+
+namespace chars {
+
+bool isCjk(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x4E00 && u <= 0x9FFF) || (u >= 0x3400 && u <= 0x4DBF);
+}
+
+bool isLatin(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z');
+}
+
+bool isDigit(QChar c)
+{
+    return c.unicode() >= '0' && c.unicode() <= '9';
+}
+
+bool isSeparator(QStringView text, qsizetype pos)
+{
+    const QChar c = text.at(pos);
+    if (c.isSpace())
+        return true;
+    if (c == u'-' || c == u'/') {
+        auto alnum = [](QChar x) { return isLatin(x) || isDigit(x); };
+        const bool before = pos > 0 && alnum(text.at(pos - 1));
+        const bool after = pos + 1 < text.size() && alnum(text.at(pos + 1));
+        return !(before && after);
+    }
+    static constexpr char16_t separators[] = u",.;:!?~/|\"'()[]<>、，。；：！？…“”‘’（）【】《》「」";
+    for (char16_t s : separators) {
+        if (s == 0)
+            break;
+        if (c.unicode() == s)
+            return true;
+    }
+    return false;
+}
+
+} // namespace chars
+
+namespace {
+
+QChar normaliseWidth(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u == 0x3000)
+        return QChar(u' ');
+    if (u == 0xFFE5)
+        return QChar(u'¥');
+    if (u == 0x2014 || u == 0x2013)
+        return QChar(u'-');
+    // Full-width ASCII, except the Chinese comma: "5，200" must not read as five thousand two hundred.
+    if (u >= 0xFF01 && u <= 0xFF5E && u != 0xFF0C)
+        return QChar(char16_t(u - 0xFEE0));
+    return c;
+}
+
+} // namespace
+
+MarkedText::MarkedText(QStringView raw)
+{
+    m_text.reserve(raw.size());
+    m_folded.reserve(raw.size());
+    for (QChar c : raw) {
+        const QChar n = normaliseWidth(c);
+        m_text.append(n);
+        m_folded.append(chars::isLatin(n) ? n.toLower() : n);
+    }
+    m_marks = QList<Mark>(m_text.size(), Mark::free);
+}
+
+bool MarkedText::isFree(qsizetype pos, qsizetype len) const
+{
+    if (pos < 0 || len < 0 || pos + len > size())
+        return false;
+    for (qsizetype i = pos; i < pos + len; ++i) {
+        if (m_marks.at(i) != Mark::free)
+            return false;
+    }
+    return true;
+}
+
+void MarkedText::mark(qsizetype pos, qsizetype len, Mark kind)
+{
+    for (qsizetype i = qMax<qsizetype>(0, pos); i < qMin(size(), pos + len); ++i)
+        m_marks[i] = kind;
+}
+
+qsizetype MarkedText::findFree(QStringView needle, qsizetype from) const
+{
+    if (needle.isEmpty())
+        return -1;
+    bool latinWord = true;
+    for (QChar c : needle)
+        latinWord = latinWord && (chars::isLatin(c) || c == u' ');
+    qsizetype at = m_folded.indexOf(needle, from);
+    while (at >= 0) {
+        bool ok = isFree(at, needle.size());
+        if (ok && latinWord) {
+            const qsizetype end = at + needle.size();
+            ok = (at == 0 || !chars::isLatin(m_folded.at(at - 1)))
+                && (end >= size() || !chars::isLatin(m_folded.at(end)));
+        }
+        if (ok)
+            return at;
+        at = m_folded.indexOf(needle, at + 1);
+    }
+    return -1;
+}
+
+bool MarkedText::take(QStringView needle, Mark kind)
+{
+    const qsizetype at = findFree(needle);
+    if (at < 0)
+        return false;
+    mark(at, needle.size(), kind);
+    return true;
+}
+
+bool MarkedText::startsWithAt(qsizetype pos, QStringView needle) const
+{
+    return pos >= 0 && pos + needle.size() <= size() && QStringView(m_folded).mid(pos, needle.size()) == needle;
+}
+
+qsizetype MarkedText::skipSpaces(qsizetype pos) const
+{
+    while (pos < size() && m_text.at(pos).isSpace())
+        ++pos;
+    return pos;
+}
+
+qsizetype MarkedText::skipSpacesBack(qsizetype pos) const
+{
+    while (pos > 0 && m_text.at(pos - 1).isSpace())
+        --pos;
+    return pos;
+}
+
+QList<Chunk> MarkedText::freeChunks() const
+{
+    QList<Chunk> chunks;
+    qsizetype i = 0;
+    bool sawSeparator = true;
+    while (i < size()) {
+        if (m_marks.at(i) != Mark::free) {
+            ++i;
+            continue;
+        }
+        if (chars::isSeparator(m_text, i)) {
+            sawSeparator = true;
+            ++i;
+            continue;
+        }
+        const qsizetype start = i;
+        while (i < size() && m_marks.at(i) == Mark::free && !chars::isSeparator(m_text, i))
+            ++i;
+        Chunk chunk;
+        chunk.pos = start;
+        chunk.len = i - start;
+        chunk.text = m_text.mid(start, chunk.len);
+        chunk.gluedToPrevious = !chunks.isEmpty() && !sawSeparator;
+        chunks.append(chunk);
+        sawSeparator = false;
+    }
+    return chunks;
+}
+
+QString MarkedText::freeFolded() const
+{
+    QString out = m_folded;
+    for (qsizetype i = 0; i < size(); ++i) {
+        if (m_marks.at(i) != Mark::free)
+            out[i] = u' ';
+    }
+    return out;
+}
+
+QString joinChunks(const QList<Chunk>& chunks)
+{
+    QString out;
+    for (const Chunk& chunk : chunks) {
+        if (chunk.text.isEmpty())
+            continue;
+        if (!out.isEmpty()) {
+            const bool glue = chunk.gluedToPrevious && chars::isCjk(out.back()) && chars::isCjk(chunk.text.front());
+            if (!glue)
+                out.append(u' ');
+        }
+        out.append(chunk.text);
+    }
+    return out;
+}
+
+} // namespace language

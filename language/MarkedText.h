@@ -1,0 +1,84 @@
+#pragma once
+
+// A sentence prepared for scanning: character widths normalised (full-width Latin, digits and
+// colons become ASCII; Chinese commas and full stops stay), a lower-cased copy for matching,
+// and one mark per character saying which scanner took it. Scanners only look at free
+// characters and mark what they recognise, so what is left at the end is the sentence's
+// content words: the description of a booking, the activity of a time block.
+// Normalisation keeps every position, so marks, folded text and original text line up.
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+
+namespace language {
+
+enum class Mark : quint8 {
+    free,
+    date, // a day or a range of days
+    period, // 上午, 晚上 ...
+    clock, // 9点, 9:30, ranges
+    duration, // 1 小时, 半小时
+    amount, // a number with its currency
+    quantity, // 2 张, 两晚: counted things, not money
+    spender, // a member's name or a word for both
+    marker, // a word that did its job (一共, 开始, 刚才 ...)
+};
+
+// A run of free characters between spaces, punctuation and marked characters.
+struct Chunk {
+    qsizetype pos = 0;
+    qsizetype len = 0;
+    QString text; // original letter case
+    // True when only marked characters (no space, no punctuation) stand between this chunk and
+    // the one before: "开了[两个小时]会" reads as one phrase once the duration is taken out.
+    bool gluedToPrevious = false;
+};
+
+namespace chars {
+bool isCjk(QChar c);
+bool isLatin(QChar c);
+bool isDigit(QChar c);
+// Spaces and punctuation that end a chunk. '-' and '/' count only where they do not join two
+// letters or digits ("hi-fi", "7-11" stay whole).
+bool isSeparator(QStringView text, qsizetype pos);
+} // namespace chars
+
+class MarkedText {
+public:
+    explicit MarkedText(QStringView raw);
+
+    const QString& text() const { return m_text; }
+    const QString& folded() const { return m_folded; }
+    qsizetype size() const { return m_text.size(); }
+
+    bool isFree(qsizetype pos, qsizetype len = 1) const;
+    Mark markAt(qsizetype pos) const { return m_marks.at(pos); }
+    void mark(qsizetype pos, qsizetype len, Mark kind);
+
+    // First free occurrence of `needle` (lower-case) at or after `from`; -1 when none.
+    // A needle made of Latin letters only matches as a whole word.
+    qsizetype findFree(QStringView needle, qsizetype from = 0) const;
+    // Finds and marks `needle`; true when it was there.
+    bool take(QStringView needle, Mark kind);
+    bool startsWithAt(qsizetype pos, QStringView needle) const;
+    // Index of the next character at or after `pos` that is not a space (size() when none).
+    qsizetype skipSpaces(qsizetype pos) const;
+    // Index just after the last non-space character before `pos` (0 when none).
+    qsizetype skipSpacesBack(qsizetype pos) const;
+
+    QList<Chunk> freeChunks() const;
+    // The sentence with every marked character replaced by a space, lower-cased: what keyword
+    // lexicons look at, so that "11月3日" or "50块" never feed a category.
+    QString freeFolded() const;
+
+private:
+    QString m_text;
+    QString m_folded;
+    QList<Mark> m_marks;
+};
+
+// Joins chunks into one phrase: glued CJK neighbours without a space, the rest with one.
+QString joinChunks(const QList<Chunk>& chunks);
+
+} // namespace language
