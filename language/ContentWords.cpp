@@ -15,8 +15,11 @@ constexpr const char16_t* leadingVerbs[] = { u"付的", u"出的", u"买的", u"
 constexpr const char16_t* countingWords[] = { u"个", u"件", u"杯", u"份", u"些", u"张", u"瓶", u"支", u"双", u"盒",
     u"碗", u"顿", u"斤", u"袋", u"罐", u"串" };
 // Dropped at the end of a description's chunk when something remains.
-constexpr const char16_t* trailingWords[] = { u"到账", u"花了", u"付了", u"的钱", u"花", u"付", u"的" };
-// Dropped at the end of an activity's chunk when something remains ("做饭用了半小时").
+constexpr const char16_t* trailingWords[] = { u"到账", u"的钱", u"的" };
+// Dropped at the end of a description's chunk when a word of two characters remains: "点外卖花"
+// loses its verb, "买花" keeps its flowers.
+constexpr const char16_t* trailingVerbs[] = { u"花了", u"付了", u"花", u"付" };
+// Dropped at the end of an activity's chunk when two characters remain ("做饭用了半小时").
 constexpr const char16_t* trailingActivityWords[]
     = { u"用", u"花", u"大概", u"左右", u"差不多", u"一共", u"一下", u"去" };
 // Dropped at the end of any chunk when something remains.
@@ -24,7 +27,8 @@ constexpr const char16_t* trailingParticles[] = { u"啊", u"吧", u"呢", u"哦"
 // A chunk that is only one of these says nothing.
 constexpr const char16_t* emptyWords[] = { u"钱", u"块", u"一共", u"共", u"花", u"用", u"付", u"交", u"买", u"了",
     u"我", u"的", u"是", u"在", u"去", u"和", u"跟", u"还有", u"花费", u"支出", u"消费", u"记", u"记一下", u"记一笔",
-    u"帮我记", u"记账", u"大概", u"左右", u"差不多", u"一下", u"到账", u"收入", u"进账", u"人均", u"每人" };
+    u"帮我记", u"记账", u"大概", u"左右", u"差不多", u"一下", u"到账", u"收入", u"进账", u"人均", u"每人", u"每月",
+    u"每个月", u"每周", u"每年" };
 
 QString withoutLe(const QString& word)
 {
@@ -107,7 +111,9 @@ QString ContentWords::cleanWord(const QString& raw, bool startsPhrase) const
             changed = verbTaken = true;
         if (m_role == Role::description && stripSuffix(word, trailingWords, 1))
             changed = true;
-        if (m_role == Role::activity && stripSuffix(word, trailingActivityWords, 1))
+        if (m_role == Role::description && stripSuffix(word, trailingVerbs, 2))
+            changed = true;
+        if (m_role == Role::activity && stripSuffix(word, trailingActivityWords, 2))
             changed = true;
         if (stripSuffix(word, trailingParticles, 1))
             changed = true;

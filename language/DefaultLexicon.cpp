@@ -51,7 +51,8 @@ constexpr Row expenseRows[] = {
         u"通讯|话费|手机费|电话费|手机充值|话费充值|手机话费|流量|电话卡|sim卡|sim|optus|telstra|vodafone|amaysim|"
         u"电话套餐" },
     { u"医疗", 2,
-        u"医疗|医院|看病|挂号|医生|门诊|急诊|药|药店|买药|感冒药|牙医|牙科|洗牙|体检|疫苗|医保|oshc|眼镜|配眼镜|诊所|"
+        u"医疗|医院|看病|挂号|医生|门诊|急诊|药|药店|买药|感冒药|牙医|牙科|洗牙|看牙|补牙|拔牙|体检|疫苗|医保|oshc|"
+        u"眼镜|配眼镜|诊所|"
         u"处方|理疗|physio|gp|doctor|dentist|pharmacy|medicine|chemist warehouse" },
     { u"教育", 2,
         u"教育|学费|书|买书|课本|教材|课程|网课|培训|考试|报名费|雅思|托福|ielts|toefl|文具|打印|复印|讲座|补习|家教|"

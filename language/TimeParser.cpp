@@ -81,16 +81,16 @@ TimeParse TimeParser::parse(QStringView sentence) const
     const ClockFindings found = clocks.scan(text);
     const std::optional<double> length = clocks.scanDuration(text);
     const DayPeriod standalonePeriod = dates.scanPeriod(text);
-    // "停车 3 小时 12 刀": a price says this is spending, whatever else it mentions.
-    {
-        MarkedText probe = text;
-        for (const AmountMention& amount : AmountScanner(m_context.defaultCurrency).scan(probe)) {
-            if (amount.currencySaid) {
-                out.problem = TimeProblem::noTimeAction;
-                return out;
-            }
+    // "停车 3 小时 12 刀": a price says this is spending, whatever else it mentions. Counts
+    // ("两集", "5 公里") and stray numbers leave the activity.
+    const QList<AmountMention> numbers = AmountScanner(m_context.defaultCurrency).scan(text);
+    for (const AmountMention& amount : numbers) {
+        if (amount.currencySaid) {
+            out.problem = TimeProblem::noTimeAction;
+            return out;
         }
     }
+    const bool strayNumber = !numbers.isEmpty();
     const DayPeriod context = when.period != DayPeriod::none ? when.period : standalonePeriod;
     bool justNow = false;
     for (QStringView word : { u"刚才", u"刚刚" })
@@ -130,11 +130,6 @@ TimeParse TimeParser::parse(QStringView sentence) const
 
     // Weaker cues of a start, trusted only in a sentence without a stray number (not a price).
     QList<Chunk> chunks = text.freeChunks();
-    bool strayNumber = false;
-    for (const Chunk& chunk : chunks) {
-        for (QChar c : chunk.text)
-            strayNumber = strayNumber || chars::isDigit(c);
-    }
     if (!chunks.isEmpty() && !strayNumber && !stop) {
         QString first = chunks.front().text;
         for (QStringView lead : { u"我", u"现在" }) {

@@ -122,6 +122,42 @@ private slots:
         QCOMPARE(parse.description, description);
     }
 
+    void descriptions_data()
+    {
+        QTest::addColumn<QString>("sentence");
+        QTest::addColumn<QString>("description");
+        QTest::newRow("date and particle taken out") << "交了这个月的房租 2000"
+                                                     << "房租";
+        QTest::newRow("eating verb before a dish") << "吃火锅 128"
+                                                   << "火锅";
+        QTest::newRow("verb kept when one character would remain") << "吃饭 30"
+                                                                   << "吃饭";
+        QTest::newRow("verb kept when it begins a word") << "交通卡 50"
+                                                         << "交通卡";
+        QTest::newRow("flowers are not a paying verb") << "买花 30"
+                                                       << "买花";
+        QTest::newRow("trailing paying verb") << "点外卖花了 31"
+                                              << "外卖";
+        QTest::newRow("counting word after the verb") << "买了件外套 89"
+                                                      << "外套";
+        QTest::newRow("arrival of money") << "工资到账 5200"
+                                          << "工资";
+        QTest::newRow("a taken-out date separates words") << "报销了上个月的打车费 64"
+                                                          << "报销 打车费";
+        QTest::newRow("a destination keeps its verb") << "Uber 去机场 58"
+                                                      << "Uber 去机场";
+        QTest::newRow("a leading go is dropped") << "一起去超市 86"
+                                                 << "超市";
+        QTest::newRow("rate words") << "健身房 每月 65"
+                                    << "健身房";
+    }
+    void descriptions()
+    {
+        QFETCH(QString, sentence);
+        QFETCH(QString, description);
+        QCOMPARE(parseFinance(sentence, contextAt()).description, description);
+    }
+
     void items_data()
     {
         QTest::addColumn<QString>("sentence");

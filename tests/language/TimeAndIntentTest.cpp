@@ -56,6 +56,22 @@ private slots:
                                       << "stop"
                                       << "写"
                                       << "";
+        QTest::newRow("verb and object around a length") << "刚才开了两个小时会"
+                                                         << "manual"
+                                                         << "开会"
+                                                         << "工作";
+        QTest::newRow("counts leave the activity") << "看了两集剧 大概一个半小时"
+                                                   << "manual"
+                                                   << "看剧"
+                                                   << "娱乐";
+        QTest::newRow("distance leaves the activity") << "跑步 5 公里 30 分钟"
+                                                      << "manual"
+                                                      << "跑步"
+                                                      << "运动";
+        QTest::newRow("took half an hour") << "刚刚做饭用了半小时"
+                                           << "manual"
+                                           << "做饭"
+                                           << "做饭";
         QTest::newRow("parking is not stopping") << "停车费 12"
                                                  << "unknown"
                                                  << "停车费 12"
