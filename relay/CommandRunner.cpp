@@ -181,8 +181,8 @@ CommandRunner::Outcome CommandRunner::run(const QString& commandLine, const QByt
         if (err.read >= 0)
             fds[count++] = { err.read, POLLIN, 0 };
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-        // Short polls while the process runs with closed pipes, so its exit is noticed soon.
-        const int wait = int(std::min<long long>(left, count == 0 || exited ? 10 : 50));
+        // With its pipes closed the command is about to end: look again soon for its exit.
+        const int wait = int(std::min<long long>(left, count == 0 ? 1 : (exited ? 10 : 50)));
         const int ready = count > 0 ? ::poll(fds, count, wait) : (::usleep(useconds_t(wait) * 1000), 0);
         if (ready < 0 && errno != EINTR)
             break;
