@@ -220,8 +220,8 @@ QCoro::Task<void> AppState::forgetUser(QString username)
 
 void AppState::handleAuthFailure()
 {
-    setAuthFailedAt(m_deps.clock->now());
-    setHasToken(false);
+    // The wipe starts first so that it holds the credential store before the login screen,
+    // shown by the hasToken change below, asks it for the accounts left on the device.
     [](KeychainStore* keychain) -> QCoro::Task<void> {
         try {
             co_await keychain->clear();
