@@ -230,6 +230,8 @@ void AppState::handleAuthFailure()
                                         .arg(formatLoadError(std::current_exception()).message);
         }
     }(m_deps.keychain);
+    setAuthFailedAt(m_deps.clock->now());
+    setHasToken(false);
 }
 
 void AppState::requestNav(
