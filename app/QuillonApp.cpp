@@ -1,0 +1,82 @@
+// The process entry: one runtime, one window, one start-up task.
+#include "MainWindowKeeper.h"
+
+#include "session/QuillonAppRuntime.h"
+
+#include <QFont>
+#include <QGuiApplication>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QSettings>
+
+#include "ImportQmlModules.h"
+
+namespace {
+
+QString instanceName()
+{
+    return QStringLiteral("velmaros-") + qEnvironmentVariable("USER", QStringLiteral("user"));
+}
+
+// A second launch hands over to the running one, which brings its window back.
+bool handOverToRunningInstance()
+{
+    QLocalSocket socket;
+    socket.connectToServer(instanceName());
+    if (!socket.waitForConnected(300))
+        return false;
+    socket.write("show\n");
+    socket.waitForBytesWritten(300);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("VelmarOS"));
+    QGuiApplication::setApplicationName(QStringLiteral("VelmarOS"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Velmar OS"));
+    QGuiApplication::setApplicationVersion(QStringLiteral("1.3"));
+    QGuiApplication::setFont(QFont(QStringLiteral("Noto Sans CJK SC"), 10));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    if (handOverToRunningInstance())
+        return 0;
+
+    QuillonAppRuntime& runtime = QuillonAppRuntime::shared();
+    QQmlApplicationEngine engine;
+    // Our QML modules live in the resources; Qt 6.4 does not look there by itself.
+    engine.addImportPath(QStringLiteral("qrc:/"));
+    engine.setInitialProperties({ { QStringLiteral("appState"), QVariant::fromValue(runtime.appState()) } });
+    engine.load(QUrl(QStringLiteral("qrc:/VelmarOS/Shell/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+    QSettings settings;
+    MainWindowKeeper keeper(window, &settings);
+    keeper.restoreFrame();
+
+    QLocalServer::removeServer(instanceName());
+    QLocalServer instanceServer;
+    instanceServer.listen(instanceName());
+    QObject::connect(&instanceServer, &QLocalServer::newConnection, &keeper, [&] {
+        while (QLocalSocket* peer = instanceServer.nextPendingConnection())
+            peer->deleteLater();
+        keeper.bringBack();
+    });
+
+    [](QuillonAppRuntime* target) -> QCoro::Task<void> {
+        try {
+            co_await target->bootstrapOnce();
+        } catch (...) {
+        }
+    }(&runtime);
+
+    return app.exec();
+}

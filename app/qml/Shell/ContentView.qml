@@ -1,0 +1,26 @@
+import QtQuick
+import VelmarOS.Theme
+import VelmarOS.Login
+import VelmarOS.Core
+
+// The login screen while no token is believed to exist, the signed-in screens otherwise.
+Item {
+    id: content
+    required property AppState appState
+
+    Loader {
+        id: screen
+        anchors.fill: parent
+        sourceComponent: content.appState.hasToken ? signedIn : login
+    }
+
+    Component {
+        id: login
+        LoginView { appState: content.appState }
+    }
+
+    Component {
+        id: signedIn
+        SignedInView { appState: content.appState }
+    }
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "ClientHarness.h"
+
+#include <QDir>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <memory>
+
+// Loads the real window over an AppState of a test client and collects every QML warning:
+// a screen that warns is a failing screen.
+class ScreenHarness {
+public:
+    explicit ScreenHarness(AppState* appState)
+    {
+        s_warnings.clear();
+        m_previousHandler = qInstallMessageHandler(&ScreenHarness::collect);
+        m_engine = std::make_unique<QQmlApplicationEngine>();
+        m_engine->addImportPath(QStringLiteral("qrc:/"));
+        m_engine->setInitialProperties({ { QStringLiteral("appState"), QVariant::fromValue(appState) } });
+        m_engine->load(QUrl(QStringLiteral("qrc:/VelmarOS/Shell/Main.qml")));
+    }
+
+    ~ScreenHarness()
+    {
+        m_engine.reset();
+        qInstallMessageHandler(m_previousHandler);
+    }
+
+    QQuickWindow* window() const
+    {
+        const auto roots = m_engine->rootObjects();
+        return roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
+    }
+
+    // The visible-tree item of that name (items made by loaders and repeaters included).
+    QQuickItem* find(const QString& objectName) const
+    {
+        return window() ? findItem(window()->contentItem(), objectName) : nullptr;
+    }
+
+    // Every visible text on screen, in tree order.
+    QStringList visibleTexts() const
+    {
+        QStringList out;
+        collectTexts(window()->contentItem(), out);
+        return out;
+    }
+
+    void click(QQuickItem* item) const
+    {
+        const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+        QTest::mouseClick(window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    }
+
+    // Types ASCII text into whatever has the keyboard focus.
+    void type(const QString& text) const
+    {
+        for (const QChar c : text)
+            QTest::keyClick(window(), c.toLatin1());
+    }
+
+    void saveScreenshot(const QString& name) const
+    {
+        const QString folder = QStringLiteral(QT_TESTCASE_BUILDDIR) + QStringLiteral("/screenshots");
+        QDir().mkpath(folder);
+        window()->grabWindow().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
+    }
+
+    static const QStringList& warnings() { return s_warnings; }
+
+private:
+    static void collect(QtMsgType type, const QMessageLogContext&, const QString& message)
+    {
+        if (type != QtDebugMsg && type != QtInfoMsg)
+            s_warnings << message;
+    }
+
+    static QQuickItem* findItem(QQuickItem* item, const QString& objectName)
+    {
+        if (!item)
+            return nullptr;
+        if (item->objectName() == objectName)
+            return item;
+        for (QQuickItem* child : item->childItems()) {
+            if (QQuickItem* found = findItem(child, objectName))
+                return found;
+        }
+        return nullptr;
+    }
+
+    static void collectTexts(QQuickItem* item, QStringList& out)
+    {
+        if (!item || !item->isVisible())
+            return;
+        const QVariant text = item->property("text");
+        if (item->inherits("QQuickText") && text.isValid() && !text.toString().isEmpty())
+            out << text.toString();
+        for (QQuickItem* child : item->childItems())
+            collectTexts(child, out);
+    }
+
+    static inline QStringList s_warnings;
+    QtMessageHandler m_previousHandler = nullptr;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+};
