@@ -46,6 +46,11 @@ Backend::Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> cloc
     , m_tokens(m_database, m_clock)
     , m_accounts(m_database, m_households, m_tokens, m_hasher, m_clock)
     , m_assets(assetsDir(), m_households)
+    , m_lexicons(m_database, m_households, m_clock)
+    , m_timeCategories(m_database, m_households, m_lexicons, m_clock)
+    , m_timeLedger(m_database, m_households, m_lexicons, m_clock)
+    , m_financeLedger(m_database, m_households, m_clock)
+    , m_pending(m_database, m_households, m_financeLedger, m_timeLedger, m_clock)
     , m_seeder(m_database, m_accounts, m_households, assetsDir())
 {
     m_database.migrate(db::migrations());

@@ -5,8 +5,13 @@
 #include "services/AccountService.h"
 #include "services/AssetsService.h"
 #include "services/DemoSeeder.h"
+#include "services/FinanceLedgerService.h"
 #include "services/HouseholdService.h"
+#include "services/LexiconService.h"
 #include "services/PasswordHasher.h"
+#include "services/PendingService.h"
+#include "services/TimeCategoryService.h"
+#include "services/TimeLedgerService.h"
 #include "services/TokenService.h"
 
 #include <QString>
@@ -33,6 +38,11 @@ public:
     AccountService& accounts() { return m_accounts; }
     HouseholdService& households() { return m_households; }
     AssetsService& assets() { return m_assets; }
+    LexiconService& lexicons() { return m_lexicons; }
+    TimeCategoryService& timeCategories() { return m_timeCategories; }
+    TimeLedgerService& timeLedger() { return m_timeLedger; }
+    FinanceLedgerService& financeLedger() { return m_financeLedger; }
+    PendingService& pending() { return m_pending; }
     DemoSeeder& seeder() { return m_seeder; }
 
 private:
@@ -46,6 +56,11 @@ private:
     TokenService m_tokens;
     AccountService m_accounts;
     AssetsService m_assets;
+    LexiconService m_lexicons;
+    TimeCategoryService m_timeCategories;
+    TimeLedgerService m_timeLedger;
+    FinanceLedgerService m_financeLedger;
+    PendingService m_pending;
     DemoSeeder m_seeder;
 };
 

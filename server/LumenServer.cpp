@@ -3,8 +3,11 @@
 #include "Backend.h"
 #include "routes/AssetsRoutes.h"
 #include "routes/AuthRoutes.h"
+#include "routes/FinanceRoutes.h"
 #include "routes/HealthRoutes.h"
+#include "routes/PendingRoutes.h"
 #include "routes/RouteSupport.h"
+#include "routes/TimeRoutes.h"
 
 #include <httplib.h>
 
@@ -58,6 +61,9 @@ void LumenServer::registerRoutes()
     routes::registerHealthRoutes(http, *m_context);
     routes::registerAuthRoutes(http, *m_context);
     routes::registerAssetsRoutes(http, *m_context);
+    routes::registerTimeRoutes(http, *m_context);
+    routes::registerPendingRoutes(http, *m_context);
+    routes::registerFinanceRoutes(http, *m_context);
 }
 
 void LumenServer::start()

@@ -53,6 +53,12 @@ Statement& Statement::bind(const char* name, qint64 value)
     return *this;
 }
 
+Statement& Statement::bind(const char* name, double value)
+{
+    check(sqlite3_bind_double(m_statement, index(name), value), "bind");
+    return *this;
+}
+
 Statement& Statement::bind(const char* name, const QString& value)
 {
     const QByteArray utf8 = value.toUtf8();

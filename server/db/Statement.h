@@ -25,6 +25,7 @@ public:
 
     Statement& bind(const char* name, qint64 value);
     Statement& bind(const char* name, int value) { return bind(name, qint64(value)); }
+    Statement& bind(const char* name, double value);
     Statement& bind(const char* name, const QString& value);
     Statement& bind(const char* name, const QByteArray& blob);
     Statement& bind(const char* name, const std::optional<QString>& value);

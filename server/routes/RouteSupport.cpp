@@ -62,6 +62,34 @@ void sendError(httplib::Response& res, int status, const QString& detail)
     sendJson(res, wire::serialize(object), status);
 }
 
+std::optional<QString> queryText(const httplib::Request& req, const char* name)
+{
+    if (!req.has_param(name))
+        return std::nullopt;
+    return QString::fromStdString(req.get_param_value(name));
+}
+
+std::optional<qint64> queryInteger(const httplib::Request& req, const char* name)
+{
+    const auto text = queryText(req, name);
+    if (!text)
+        return std::nullopt;
+    bool ok = false;
+    const qint64 value = text->trimmed().toLongLong(&ok);
+    if (!ok)
+        throw ApiError::unprocessable(QStringLiteral("参数 %1 应为整数").arg(QString::fromLatin1(name)));
+    return value;
+}
+
+qint64 pathId(const httplib::Request& req, int index, const QString& notFoundDetail)
+{
+    bool ok = false;
+    const qint64 id = QString::fromStdString(req.matches[index]).toLongLong(&ok);
+    if (!ok || id <= 0)
+        throw ApiError::notFound(notFoundDetail);
+    return id;
+}
+
 httplib::Server::Handler open(OpenHandler handler)
 {
     return [handler = std::move(handler)](

@@ -1,6 +1,7 @@
 #include "HouseholdService.h"
 
 #include "ApiError.h"
+#include "TimeCategoryService.h"
 #include "UserNames.h"
 #include "db/Database.h"
 #include "db/Transaction.h"
@@ -58,6 +59,18 @@ Household HouseholdService::householdIn(db::Connection& connection, qint64 userI
     return { query.integer(0), query.integer(1), query.text(2), query.text(3), query.text(4) };
 }
 
+QStringList HouseholdService::memberNames(qint64 householdId)
+{
+    auto query = m_database.connection().prepare("SELECT u.display_name FROM memberships m "
+                                                 "JOIN users u ON u.id = m.user_id "
+                                                 "WHERE m.household_id = :household ORDER BY m.joined_at, u.id");
+    query.bind(":household", householdId);
+    QStringList names;
+    while (query.step())
+        names.append(query.text(0));
+    return names;
+}
+
 std::optional<qint64> HouseholdService::homeHouseholdId()
 {
     auto query = m_database.connection().prepare("SELECT value FROM meta WHERE key = 'home_household_id'");
@@ -107,6 +120,7 @@ qint64 HouseholdService::foundHousehold(db::Connection& connection, qint64 owner
         .bind(":now", now)
         .run();
     const qint64 householdId = connection.lastInsertId();
+    TimeCategoryService::seedDefaults(connection, householdId);
     connection.prepare("INSERT OR IGNORE INTO meta (key, value) VALUES ('home_household_id', :id)")
         .bind(":id", QString::number(householdId))
         .run();

@@ -5,6 +5,7 @@
 #include "session/SessionModels.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -44,6 +45,8 @@ public:
     HouseholdService(db::Database& database, std::shared_ptr<Clock> clock);
 
     Household householdOf(qint64 userId);
+    // Display names of everyone in the household, the owner first.
+    QStringList memberNames(qint64 householdId);
     // The household whose notes live in the data folder: the first one ever founded there.
     std::optional<qint64> homeHouseholdId();
 

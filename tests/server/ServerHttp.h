@@ -4,6 +4,7 @@
 
 #include <httplib.h>
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -17,6 +18,7 @@ struct Reply {
     httplib::Headers headers;
 
     QJsonObject object() const { return QJsonDocument::fromJson(QByteArray::fromStdString(body)).object(); }
+    QJsonArray array() const { return QJsonDocument::fromJson(QByteArray::fromStdString(body)).array(); }
     QString detail() const { return object().value(QStringLiteral("detail")).toString(); }
     std::string header(const char* name) const
     {
@@ -40,6 +42,19 @@ public:
         return send("POST", path, body, token);
     }
     Reply del(const std::string& path, const QString& token = {}) { return send("DELETE", path, {}, token); }
+    Reply patch(const std::string& path, const std::string& body, const QString& token = {})
+    {
+        return send("PATCH", path, body, token);
+    }
+    // The same with a JSON object as the body.
+    Reply post(const std::string& path, const QJsonObject& body, const QString& token)
+    {
+        return post(path, QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(), token);
+    }
+    Reply patch(const std::string& path, const QJsonObject& body, const QString& token)
+    {
+        return patch(path, QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(), token);
+    }
 
     Reply send(const std::string& method, const std::string& path, const std::string& body, const QString& token)
     {
@@ -51,6 +66,8 @@ public:
                 return m_client.Get(path.c_str(), headers);
             if (method == "DELETE")
                 return m_client.Delete(path.c_str(), headers);
+            if (method == "PATCH")
+                return m_client.Patch(path.c_str(), headers, body, "application/json");
             return m_client.Post(path.c_str(), headers, body, "application/json");
         }();
         Reply reply;
