@@ -4,7 +4,9 @@
 #include "LumenAPIError.h"
 
 #include "assets/AssetModels.h"
+#include "chat/PendingModels.h"
 #include "session/SessionModels.h"
+#include "time/TimeDomainModels.h"
 #include "json/AnyCodableValue.h"
 #include "json/AnyEncodable.h"
 
@@ -119,6 +121,35 @@ public:
     // ---- /assets ----
     QCoro::Task<wire::AssetsListResponse> assetsList();
     QCoro::Task<wire::AssetItem> asset(QString slug);
+
+    // ---- /time (LumenAPIClientTime.cpp) ----
+    QCoro::Task<wire::TimeCurrent> timeCurrent();
+    QCoro::Task<wire::AnyCodableValue> timeStart(wire::TimeStartRequest body);
+    QCoro::Task<wire::AnyCodableValue> timeStop(wire::TimeStopRequest body);
+    // `limit` always; `date` and `confirmed` only when given.
+    QCoro::Task<std::vector<wire::TimeEntry>> timeList(
+        std::optional<QString> date, int limit, std::optional<int> confirmed);
+    // At most 200 entries waiting for the user.
+    QCoro::Task<std::vector<wire::TimeEntry>> timeListUnconfirmed();
+    QCoro::Task<std::vector<wire::TimeCategory>> timeCategories();
+    QCoro::Task<wire::TimeSummary> timeSummary(QString from, QString to);
+    QCoro::Task<wire::TimeManualResponse> timeManual(wire::TimeManualRequest body);
+    QCoro::Task<wire::GenericOK> timeUpdateEntry(int id, wire::TimeEntryUpdateRequest body);
+    QCoro::Task<wire::GenericOK> timeDeleteEntry(int id);
+    QCoro::Task<wire::TimeConfirmResponse> timeConfirmEntry(
+        int id, std::optional<int> categoryId, std::optional<QString> activity);
+    QCoro::Task<wire::TimeConfirmResponse> timePatchRestQuality(int id, QString quality);
+    QCoro::Task<wire::TimeCategoryCreateResponse> timeCreateCategory(wire::TimeCategoryCreateRequest body);
+    QCoro::Task<wire::GenericOK> timeUpdateCategory(int id, wire::TimeCategoryUpdateRequest body);
+    QCoro::Task<wire::GenericOK> timeDeleteCategory(int id);
+
+    // ---- /pending (LumenAPIClientPending.cpp) ----
+    QCoro::Task<wire::PendingItem> createPending(wire::PendingCreate body);
+    QCoro::Task<std::vector<wire::PendingItem>> listPending(QString status, std::optional<QString> domain);
+    QCoro::Task<wire::PendingItem> getPending(QString id);
+    QCoro::Task<wire::PendingItem> updatePending(QString id, wire::AnyDict payload);
+    QCoro::Task<wire::PendingItem> commitPending(QString id);
+    QCoro::Task<wire::PendingItem> rejectPending(QString id);
 
 private:
     template<class T> static T decodeAnswer(const QByteArray& bytes)
