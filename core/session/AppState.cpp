@@ -6,6 +6,8 @@
 #include "UnimelbStore.h"
 
 #include "finance/AssetsStore.h"
+#include "time/TimeCache.h"
+#include "time/TimeStore.h"
 
 #include <QDebug>
 #include <QPointer>
@@ -17,6 +19,8 @@ AppState::AppState(AppStateDeps deps, QObject* parent)
     const StoreContext context { m_deps.api, m_deps.paths, m_deps.clock };
     m_assets = new AssetsStore(context, this);
     m_unimelb = new UnimelbStore(context, this);
+    m_timeCache = new TimeCache(m_deps.api, m_deps.clock, this);
+    m_time = new TimeStore(context, m_timeCache, this);
 
     QPointer<AppState> weakSelf(this);
     const auto onAuthFailure = [weakSelf] {
@@ -31,7 +35,7 @@ AppState::~AppState() = default;
 
 QList<DomainStore*> AppState::stores() const
 {
-    return { m_assets, m_unimelb };
+    return { m_assets, m_unimelb, m_time };
 }
 
 QVariantMap AppState::currentUserData() const
@@ -112,7 +116,8 @@ QCoro::Task<QStringList> AppState::readKnownUsernames()
 
 void AppState::clearRunningActivity()
 {
-    // The previous user's running activity must not stay on screen; the time organ hooks in here.
+    // The previous user's running activity must not stay on screen.
+    m_time->clearCurrent();
 }
 
 QCoro::Task<void> AppState::bootstrap()
@@ -146,8 +151,10 @@ QCoro::Task<void> AppState::bootstrap()
     // The stores load side by side; each turns its own failure into its LoadState.
     auto assets = m_assets->refresh();
     auto unimelb = m_unimelb->refresh();
+    auto time = m_time->refresh();
     co_await assets;
     co_await unimelb;
+    co_await time;
 }
 
 QCoro::Task<void> AppState::login(QString username, QString password)

@@ -21,6 +21,8 @@ class AssetsStore;
 class DomainStore;
 class KeychainStore;
 class LumenAPIClient;
+class TimeCache;
+class TimeStore;
 class UnimelbStore;
 
 struct AppStateDeps {
@@ -50,6 +52,8 @@ class AppState : public QObject {
     Q_MOC_INCLUDE("session/UnimelbStore.h")
     Q_PROPERTY(AssetsStore* assets READ assets CONSTANT)
     Q_PROPERTY(UnimelbStore* unimelb READ unimelb CONSTANT)
+    Q_MOC_INCLUDE("time/TimeStore.h")
+    Q_PROPERTY(TimeStore* time READ time CONSTANT)
 
 public:
     explicit AppState(AppStateDeps deps, QObject* parent = nullptr);
@@ -73,6 +77,9 @@ public:
 
     AssetsStore* assets() const { return m_assets; }
     UnimelbStore* unimelb() const { return m_unimelb; }
+    TimeStore* time() const { return m_time; }
+    // The app's one cache of time views; every writer of time entries invalidates it.
+    TimeCache* timeCache() const { return m_timeCache; }
     // Every store, for wiring and tests.
     QList<DomainStore*> stores() const;
 
@@ -131,4 +138,6 @@ private:
 
     AssetsStore* m_assets = nullptr;
     UnimelbStore* m_unimelb = nullptr;
+    TimeCache* m_timeCache = nullptr;
+    TimeStore* m_time = nullptr;
 };
