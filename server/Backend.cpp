@@ -1,5 +1,8 @@
 #include "Backend.h"
 
+#include "agent/BuiltinAgent.h"
+#include "agent/TurnContextStore.h"
+#include "agent/TurnRunner.h"
 #include "db/Migrations.h"
 
 #include <QDir>
@@ -54,7 +57,12 @@ Backend::Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> cloc
     , m_seeder(m_database, m_accounts, m_households, assetsDir())
 {
     m_database.migrate(db::migrations());
+    m_turnContexts = std::make_unique<agent::TurnContextStore>();
+    m_turns
+        = std::make_unique<agent::TurnRunner>(m_clock, std::make_shared<agent::BuiltinAgent>(*this, *m_turnContexts));
 }
+
+Backend::~Backend() = default;
 
 QString Backend::databasePath() const
 {

@@ -20,6 +20,11 @@
 
 namespace lumen {
 
+namespace agent {
+class TurnContextStore;
+class TurnRunner;
+} // namespace agent
+
 // Everything lumen-api knows, without the HTTP: the data folder, its database (migrated on
 // opening) and the services over it. The server and the command line share it.
 class Backend {
@@ -28,6 +33,7 @@ public:
     Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> clock);
     Backend(const Backend&) = delete;
     Backend& operator=(const Backend&) = delete;
+    ~Backend();
 
     const QString& dataDir() const { return m_dataDir; }
     QString databasePath() const;
@@ -43,6 +49,8 @@ public:
     TimeLedgerService& timeLedger() { return m_timeLedger; }
     FinanceLedgerService& financeLedger() { return m_financeLedger; }
     PendingService& pending() { return m_pending; }
+    // Chat turns: the agents, the per-user rate limit and the hook for finished turns.
+    agent::TurnRunner& turns() { return *m_turns; }
     DemoSeeder& seeder() { return m_seeder; }
 
 private:
@@ -61,6 +69,8 @@ private:
     TimeLedgerService m_timeLedger;
     FinanceLedgerService m_financeLedger;
     PendingService m_pending;
+    std::unique_ptr<agent::TurnContextStore> m_turnContexts;
+    std::unique_ptr<agent::TurnRunner> m_turns;
     DemoSeeder m_seeder;
 };
 

@@ -1,6 +1,8 @@
 #include "LumenServer.h"
 
 #include "Backend.h"
+#include "agent/TurnRunner.h"
+#include "routes/AgentRoutes.h"
 #include "routes/AssetsRoutes.h"
 #include "routes/AuthRoutes.h"
 #include "routes/FinanceRoutes.h"
@@ -47,6 +49,7 @@ LumenServer::LumenServer(ServerConfig config)
         m_config.clock = std::make_shared<SystemClock>();
     m_backend = std::make_unique<Backend>(m_config.dataDir, m_config.passwordCost, m_config.clock);
     m_context = std::make_unique<routes::RouteContext>(routes::RouteContext { *m_backend });
+    m_backend->turns().limiter().setLimit(m_config.agentTurnsPerMinute);
 }
 
 LumenServer::~LumenServer()
@@ -64,6 +67,7 @@ void LumenServer::registerRoutes()
     routes::registerTimeRoutes(http, *m_context);
     routes::registerPendingRoutes(http, *m_context);
     routes::registerFinanceRoutes(http, *m_context);
+    routes::registerAgentRoutes(http, *m_context);
 }
 
 void LumenServer::start()

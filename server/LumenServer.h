@@ -27,7 +27,10 @@ struct ServerConfig {
     int workerThreads = 16; // every open keep-alive connection or event stream holds one
     PasswordCost passwordCost = PasswordCost::Interactive;
     std::shared_ptr<Clock> clock; // empty: the system clock
-    std::size_t maxBodyBytes = 1024 * 1024;
+    // A few photos for the agent, base64-encoded, fit.
+    std::size_t maxBodyBytes = 8 * 1024 * 1024;
+    // Chat turns a user may start in any minute; 0 lifts the limit (benchmarks).
+    int agentTurnsPerMinute = 20;
 };
 
 // lumen-api's HTTP server over a Backend. Construction opens (and migrates) the data folder;

@@ -25,6 +25,7 @@ TestServer::TestServer(Options options)
     config.workerThreads = options.workerThreads;
     config.passwordCost = lumen::PasswordCost::Minimum;
     config.clock = m_clock;
+    config.agentTurnsPerMinute = options.agentTurnsPerMinute;
     m_server = std::make_unique<lumen::LumenServer>(std::move(config));
     if (options.start)
         start();

@@ -45,6 +45,7 @@ public:
     struct Options {
         int workerThreads = 8;
         bool start = true; // false: prepare the folder and services, call start() later
+        int agentTurnsPerMinute = 20; // chat turns per user and minute; 0 lifts the limit
     };
 
     TestServer();

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "AgentEvent.h"
+#include "TurnOutput.h"
+
+#include <QString>
+
+#include <vector>
+
+namespace lumen::agent {
+
+// What an agent speaks through during one turn. Every event is kept in the turn's
+// transcript and written to the stream while the client is there; once a write fails the
+// client counts as gone and the rest is only kept, so the turn's work is never cut short.
+class TurnChannel {
+public:
+    explicit TurnChannel(TurnOutput& output);
+
+    void send(const AgentEvent& event);
+    // A reply in a few text_delta pieces, split after its clauses.
+    void say(const QString& text);
+    // Opens a step of the tool trail; returns its tool_use_id.
+    QString startTool(const QString& tool, const QJsonObject& input);
+    void finishTool(const QString& toolUseId, bool ok, const QString& preview);
+
+    int iterations() const { return m_iterations; }
+    bool clientGone() const { return m_clientGone; }
+    const std::vector<AgentEvent>& events() const { return m_events; }
+
+    // The pieces `say` sends, at most four, each ending on a clause.
+    static QStringList pieces(const QString& text);
+
+private:
+    TurnOutput& m_output;
+    std::vector<AgentEvent> m_events;
+    int m_iterations = 0;
+    bool m_clientGone = false;
+};
+
+} // namespace lumen::agent
