@@ -69,9 +69,9 @@ private:
     TimeLedgerService m_timeLedger;
     FinanceLedgerService m_financeLedger;
     PendingService m_pending;
+    DemoSeeder m_seeder;
     std::unique_ptr<agent::TurnContextStore> m_turnContexts;
     std::unique_ptr<agent::TurnRunner> m_turns;
-    DemoSeeder m_seeder;
 };
 
 } // namespace lumen

@@ -2,6 +2,7 @@
 
 #include "AccountService.h"
 #include "HouseholdService.h"
+#include "LocalClock.h"
 #include "db/Database.h"
 #include "db/Transaction.h"
 
@@ -83,11 +84,14 @@ bool nameTaken(db::Connection& connection, const QString& name)
 
 } // namespace
 
-DemoSeeder::DemoSeeder(
-    db::Database& database, AccountService& accounts, HouseholdService& households, QString assetsDir)
+DemoSeeder::DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households,
+    TimeLedgerService& time, FinanceLedgerService& finance, std::shared_ptr<Clock> clock, QString assetsDir)
     : m_database(database)
     , m_accounts(accounts)
     , m_households(households)
+    , m_time(time)
+    , m_finance(finance)
+    , m_clock(std::move(clock))
     , m_assetsDir(std::move(assetsDir))
 {
 }
@@ -151,10 +155,12 @@ SeedResult DemoSeeder::seed(const std::optional<QString>& password)
         = m_accounts.insertUser(connection, result.accounts[0].username, ownerHash, result.accounts[0].displayName);
     const UserRecord member
         = m_accounts.insertUser(connection, result.accounts[1].username, memberHash, result.accounts[1].displayName);
-    m_households.bindUserIn(connection, owner.id, member.id, QStringLiteral("member"));
+    const BindResult bound = m_households.bindUserIn(connection, owner.id, member.id, QStringLiteral("member"));
+    const LocalClock local(*m_clock, m_households.householdOf(owner.id).timezone);
+    result.ledgers = DemoLedgers(m_time, m_finance).write(connection, local, bound.householdId, owner.id, member.id);
     connection.prepare("INSERT INTO meta (key, value) VALUES (:key, :value)")
         .bind(":key", QString::fromLatin1(kSeededKey))
-        .bind(":value", QDateTime::currentDateTimeUtc().toString(Qt::ISODate))
+        .bind(":value", m_clock->now().toUTC().toString(Qt::ISODate))
         .run();
     transaction.commit();
     writeNotes(result);

@@ -1,7 +1,12 @@
 #pragma once
 
+#include "Clock.h"
+#include "DemoLedgers.h"
+
 #include <QString>
 #include <QStringList>
+
+#include <memory>
 
 #include <optional>
 #include <vector>
@@ -13,7 +18,9 @@ class Database;
 } // namespace db
 
 class AccountService;
+class FinanceLedgerService;
 class HouseholdService;
+class TimeLedgerService;
 
 struct DemoAccount {
     QString username;
@@ -26,14 +33,16 @@ struct SeedResult {
     bool alreadySeeded = false;
     std::vector<DemoAccount> accounts;
     QStringList notesWritten; // slugs of the asset notes written
+    DemoLedgerCounts ledgers;
 };
 
 // Makes the demo household in a fresh data folder: owner "velmar" with member "sefa" bound to
-// him, plus a few asset notes. A folder seeded once, or already holding either name, is left
-// exactly as it is.
+// him, a recent fortnight of their time and money, plus a few asset notes. A folder seeded once, or already holding
+// either name, is left exactly as it is.
 class DemoSeeder {
 public:
-    DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households, QString assetsDir);
+    DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households, TimeLedgerService& time,
+        FinanceLedgerService& finance, std::shared_ptr<Clock> clock, QString assetsDir);
 
     SeedResult seed(const std::optional<QString>& password = std::nullopt);
     bool isSeeded();
@@ -46,6 +55,9 @@ private:
     db::Database& m_database;
     AccountService& m_accounts;
     HouseholdService& m_households;
+    TimeLedgerService& m_time;
+    FinanceLedgerService& m_finance;
+    std::shared_ptr<Clock> m_clock;
     QString m_assetsDir;
 };
 

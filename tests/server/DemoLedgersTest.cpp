@@ -1,0 +1,151 @@
+#include "ServerHttp.h"
+#include "TestServer.h"
+
+#include "Backend.h"
+#include "time/TimeDomainModels.h"
+
+#include <QTest>
+#include <QTimeZone>
+
+#include <map>
+#include <memory>
+#include <set>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QTimeZone kMelbourne("Australia/Melbourne");
+
+std::vector<wire::TimeEntry> entries(ServerHttp& http, const QString& token, int confirmed)
+{
+    const Reply reply = http.get("/time/list?limit=5000&confirmed=" + std::to_string(confirmed), token);
+    return wire::fromBytes<std::vector<wire::TimeEntry>>(QByteArray::fromStdString(reply.body));
+}
+
+int clockMinutes(const QString& text)
+{
+    return text.left(2).toInt() * 60 + text.mid(3, 2).toInt();
+}
+
+} // namespace
+
+class DemoLedgersTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    // Saturday 21 November 2026, 20:30 in Melbourne.
+    void aFortnightOfConfirmedTime()
+    {
+        TestServer server;
+        server.seedDemo(u"demo"_s);
+        ServerHttp http(server);
+        const QDate today(2026, 11, 21);
+        for (const QString& name : { u"velmar"_s, u"sefa"_s }) {
+            const auto confirmed = entries(http, server.issueToken(name), 1);
+            std::set<QString> days;
+            std::set<int> categories;
+            bool crossesMidnight = false;
+            for (const auto& entry : confirmed) {
+                days.insert(entry.date);
+                categories.insert(entry.category_id.value_or(0));
+                crossesMidnight |= entry.end_time && clockMinutes(*entry.end_time) < clockMinutes(entry.start_time);
+                QVERIFY(entry.duration_min.value_or(0) > 0);
+                QVERIFY(entry.source == u"app"_s || entry.source == u"velmar-os-chat"_s);
+            }
+            QCOMPARE(*days.begin(), LocalClockText(today.addDays(-14)));
+            QCOMPARE(*days.rbegin(), LocalClockText(today));
+            QCOMPARE(days.size(), size_t(15));
+            // Every category the household starts with is used, the study one included.
+            QCOMPARE(categories, (std::set<int> { 1, 2, 3, 4, 6, 7, 8, 9, 12, 13, 29 }));
+            QVERIFY(crossesMidnight);
+            const Reply summary = http.get("/time/summary?from=2026-11-07&to=2026-11-21", server.issueToken(name));
+            QVERIFY(summary.object().value(u"total_min"_s).toDouble() > 14 * 12 * 60);
+        }
+    }
+
+    void capturedTimeWaitsForReview()
+    {
+        TestServer server;
+        server.seedDemo(u"demo"_s);
+        ServerHttp http(server);
+        const auto waiting = entries(http, server.issueToken(u"velmar"_s), 0);
+        std::map<QString, int> replays;
+        double awake = 0;
+        int offscreen = 0;
+        int placed = 0;
+        bool longAway = false;
+        bool messaging = false;
+        bool breakdown = false;
+        std::set<QString> days;
+        for (const auto& entry : waiting) {
+            QCOMPARE(entry.source, u"mac-sensor"_s);
+            QCOMPARE(entry.confirmed, 0);
+            days.insert(entry.date);
+            ++replays[entry.date + entry.start_time + entry.end_time.value_or(QString()) + entry.activity];
+            if (entry.activity == u"离屏"_s) {
+                ++offscreen;
+                longAway |= entry.duration_min.value_or(0) >= 240;
+            } else {
+                awake += entry.duration_min.value_or(0);
+            }
+            messaging |= entry.activity == u"微信"_s;
+            breakdown |= entry.raw_note.value_or(QString()).startsWith(u'{');
+            placed += entry.category_id.has_value();
+            // Nothing from later today.
+            if (entry.date == u"2026-11-21"_s)
+                QVERIFY(clockMinutes(*entry.end_time) <= 20 * 60 + 30);
+        }
+        QCOMPARE(days, (std::set<QString> { u"2026-11-20"_s, u"2026-11-21"_s }));
+        QVERIFY2(awake >= 3 * 60, qPrintable(QString::number(awake)));
+        QVERIFY(offscreen >= 4);
+        QVERIFY(longAway);
+        QVERIFY(messaging);
+        QVERIFY(breakdown);
+        QVERIFY(placed >= 3); // the owner's learnt applications arrive with their category
+        QVERIFY(std::any_of(replays.begin(), replays.end(), [](const auto& key) { return key.second == 2; }));
+        QVERIFY(!entries(http, server.issueToken(u"sefa"_s), 0).empty());
+    }
+
+    void earlyInTheMorningTodayHasNotHappenedYet()
+    {
+        TestServer server;
+        server.clock().set(QDateTime(QDate(2026, 11, 21), QTime(7, 0), kMelbourne));
+        server.seedDemo(u"demo"_s);
+        ServerHttp http(server);
+        for (int confirmed : { 0, 1 }) {
+            for (const auto& entry : entries(http, server.issueToken(u"velmar"_s), confirmed)) {
+                if (entry.date == u"2026-11-21"_s)
+                    QFAIL(qPrintable(u"an entry from later today: "_s + entry.start_time + u" "_s + entry.activity));
+            }
+        }
+    }
+
+    void aFewHouseholdFinanceLines()
+    {
+        TestServer server;
+        server.seedDemo(u"demo"_s);
+        lumen::Backend& backend = server.server().backend();
+        const int sefa = int(backend.accounts().findUser(u"sefa"_s)->id);
+        const auto lines = backend.financeLedger().list(sefa, QDate(2026, 11, 7), QDate(2026, 11, 20));
+        QVERIFY(lines.size() >= 10);
+        std::set<QString> spenders;
+        std::set<QString> directions;
+        std::set<QString> currencies;
+        for (const auto& line : lines) {
+            spenders.insert(line.spender.value_or(QString()));
+            directions.insert(line.direction.value_or(QString()));
+            currencies.insert(line.currency.value_or(QString()));
+        }
+        QCOMPARE(spenders, (std::set<QString> { u"Velmar"_s, u"Sefa"_s, u"shared"_s }));
+        QCOMPARE(directions, (std::set<QString> { u"expense"_s, u"income"_s }));
+        QVERIFY(currencies.count(u"CNY"_s));
+        QVERIFY(std::any_of(lines.begin(), lines.end(), [](const auto& line) { return line.items_count > 0; }));
+    }
+
+private:
+    static QString LocalClockText(QDate day) { return day.toString(u"yyyy-MM-dd"_s); }
+};
+
+QTEST_GUILESS_MAIN(DemoLedgersTest)
+#include "DemoLedgersTest.moc"
