@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+class MintbridgeClient;
 class TimeCache;
 
 // The time ledger: confirmed entries, categories and the one running activity. Writes are
@@ -77,9 +78,12 @@ public:
     // Another user signs in: their activity is not ours to show.
     void clearCurrent();
 
-    // The relay path, submitTimeIntent(text, model), comes with the relay client and lives in
-    // TimeStoreIntent.cpp; it is built from beginCurrentMutation/endCurrentMutation,
-    // confirmedEntries, applyTimeError, bumpDirectTimeChangeVersion and todayString below.
+    // The relay path (TimeStoreIntent.cpp): a short sentence through mintbridge's "time"
+    // section becomes a start, a stop or a manual block. True when it became a change; a
+    // failure lands in `state.errorMessage`. Never throws.
+    QCoro::Task<bool> submitTimeIntent(QString text, std::optional<QString> model = std::nullopt);
+    // The relay client of submitTimeIntent; null means the process-wide one.
+    MintbridgeClient* relayClient = nullptr;
 
     // ---- for the screens ----
     QVariantMap currentForView() const;
@@ -112,6 +116,7 @@ private:
     bool isLatestCurrentChange(quint64 generation) const { return generation == m_currentGeneration; }
     // `state.errorMessage` and, on a 401, the end of the session.
     void applyTimeError(std::exception_ptr error) { handle(error); }
+    void setRelayError(const QString& message);
     void saveSnapshotNow() const;
     QString nowISO() const;
     QString todayString() const;
