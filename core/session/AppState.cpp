@@ -6,6 +6,7 @@
 #include "UnimelbStore.h"
 
 #include "finance/AssetsStore.h"
+#include "relay/ConversationStore.h"
 #include "time/TimeCache.h"
 #include "time/TimeStore.h"
 
@@ -21,6 +22,9 @@ AppState::AppState(AppStateDeps deps, QObject* parent)
     m_unimelb = new UnimelbStore(context, this);
     m_timeCache = new TimeCache(m_deps.api, m_deps.clock, this);
     m_time = new TimeStore(context, m_timeCache, this);
+    m_time->relayClient = m_deps.relay;
+    // Loads nothing at start: it fills as the user talks.
+    m_conversation = new ConversationStore(context, m_deps.relay, this);
 
     QPointer<AppState> weakSelf(this);
     const auto onAuthFailure = [weakSelf] {
@@ -35,7 +39,7 @@ AppState::~AppState() = default;
 
 QList<DomainStore*> AppState::stores() const
 {
-    return { m_assets, m_unimelb, m_time };
+    return { m_assets, m_unimelb, m_time, m_conversation };
 }
 
 QVariantMap AppState::currentUserData() const

@@ -18,9 +18,11 @@
 #include <optional>
 
 class AssetsStore;
+class ConversationStore;
 class DomainStore;
 class KeychainStore;
 class LumenAPIClient;
+class MintbridgeClient;
 class TimeCache;
 class TimeStore;
 class UnimelbStore;
@@ -30,6 +32,7 @@ struct AppStateDeps {
     KeychainStore* keychain = nullptr;
     ClientPaths paths;
     std::shared_ptr<const Clock> clock = SystemClock::shared();
+    MintbridgeClient* relay = nullptr; // null: the process-wide relay client
 };
 
 // The root of the client: the login state and one store per organ. Stores are built once
@@ -54,6 +57,8 @@ class AppState : public QObject {
     Q_PROPERTY(UnimelbStore* unimelb READ unimelb CONSTANT)
     Q_MOC_INCLUDE("time/TimeStore.h")
     Q_PROPERTY(TimeStore* time READ time CONSTANT)
+    Q_MOC_INCLUDE("relay/ConversationStore.h")
+    Q_PROPERTY(ConversationStore* conversation READ conversation CONSTANT)
 
 public:
     explicit AppState(AppStateDeps deps, QObject* parent = nullptr);
@@ -78,6 +83,7 @@ public:
     AssetsStore* assets() const { return m_assets; }
     UnimelbStore* unimelb() const { return m_unimelb; }
     TimeStore* time() const { return m_time; }
+    ConversationStore* conversation() const { return m_conversation; }
     // The app's one cache of time views; every writer of time entries invalidates it.
     TimeCache* timeCache() const { return m_timeCache; }
     // Every store, for wiring and tests.
@@ -140,4 +146,5 @@ private:
     UnimelbStore* m_unimelb = nullptr;
     TimeCache* m_timeCache = nullptr;
     TimeStore* m_time = nullptr;
+    ConversationStore* m_conversation = nullptr;
 };

@@ -1,6 +1,7 @@
 // The relay conversation: a sentence in, an answer or an error line out.
 
 #include "AwaitTask.h"
+#include "ClientHarness.h"
 #include "RelayClientHarness.h"
 #include "TestRelay.h"
 
@@ -156,6 +157,24 @@ private slots:
             situation == u"limit" ? reply.text.contains(u"起可再用"_s) : reply.text == line, qPrintable(reply.text));
         QCOMPARE(calls, authFailures);
         QVERIFY(!store.isSending());
+    }
+
+    // AppState's conversation talks to the device's relay, and a refused relay token ends the
+    // session like any store's 401.
+    void appStateWiresTheConversation()
+    {
+        TestRelay relay;
+        RelayClientHarness device(relay.baseUrl());
+        awaitTask(device.client().storeBearer(u"stale"_s));
+        ClientHarness client(QUrl(u"http://127.0.0.1:1"_s), ClientHarness::Options::bearerInEnvironment(u"t"_s));
+        AppStateDeps deps = client.deps();
+        deps.relay = &device.client();
+        AppState app(deps);
+        QVERIFY(app.stores().contains(app.conversation()));
+        QVERIFY(!app.sessionExpired());
+        awaitTask(app.conversation()->send(u"你好"_s));
+        QVERIFY(app.conversation()->messages().back().isError);
+        QVERIFY(app.sessionExpired());
     }
 
     void blankOrOverlappingSendsDoNothing()
