@@ -51,20 +51,6 @@ private slots:
         QCOMPARE(handler->lastError(), message);
         QVERIFY(!handler->isSubmitting());
     }
-
-    void relayHealthFollowsTheRelay()
-    {
-        TestRelay relay;
-        RelayClientHarness device(relay.baseUrl());
-        AssetsChatHandler handler(&device.client());
-        QSignalSpy changed(&handler, &DomainChatHandler::relayHealthyChanged);
-        QVERIFY(awaitTask(handler.checkRelay()));
-        device.client().networkAccessManager()->clearConnectionCache();
-        relay.stop();
-        QVERIFY(!awaitTask(handler.checkRelay()));
-        QVERIFY(!handler.relayHealthy());
-        QCOMPARE(changed.count(), 2);
-    }
 };
 
 QTEST_GUILESS_MAIN(DomainChatHandlerTest)
