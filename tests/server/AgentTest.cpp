@@ -6,6 +6,8 @@
 #include "agent/TurnRunner.h"
 #include "chat/PendingModels.h"
 
+#include <QHostAddress>
+#include <QTcpSocket>
 #include <QTest>
 #include <QTimeZone>
 
@@ -348,6 +350,35 @@ private slots:
         QVERIFY(nothing.text().contains(u"没有找到"_s));
     }
 
+    // The household's own words outrank the built-in ones, for everyone in it and nobody else.
+    void householdWordsPlaceBookings()
+    {
+        auto category = [&](const QString& token) {
+            return chat(u"今天猫咖 30"_s, token)
+                .only(u"pending_card"_s)
+                .value(u"payload"_s)
+                .toObject()
+                .value(u"category"_s)
+                .toString();
+        };
+        m_server->createUser(u"kit"_s, u"pw"_s);
+        const QString kit = m_server->issueToken(u"kit"_s);
+        const QString builtIn = category(m_token);
+        QVERIFY(builtIn != u"娱乐"_s);
+        const Reply added = m_http->post(
+            "/finance/keywords", QJsonObject { { u"keyword"_s, u"猫咖"_s }, { u"category"_s, u"娱乐"_s } }, m_token);
+        QCOMPARE(added.status, 200);
+        QCOMPARE(added.object().value(u"kind"_s).toString(), u"expense"_s);
+        QCOMPARE(category(m_token), u"娱乐"_s);
+        QCOMPARE(category(m_server->issueToken(u"sefa"_s)), u"娱乐"_s);
+        QCOMPARE(category(kit), builtIn);
+
+        const std::string path = "/finance/keywords/" + std::to_string(added.object().value(u"id"_s).toInt());
+        QCOMPARE(m_http->del(path, kit).status, 404);
+        QCOMPARE(m_http->del(path, m_token).status, 200);
+        QCOMPARE(category(m_token), builtIn);
+    }
+
     void anythingElseGetsHelpAndNoCard_data()
     {
         QTest::addColumn<QString>("sentence");
@@ -467,6 +498,23 @@ private slots:
         QCOMPARE(names.last(), u"result"_s);
         QCOMPARE(m_http->get("/pending", m_token).array().size(), 1);
         backend.turns().setObserver(nullptr);
+    }
+
+    // A sentence that reached the server is answered even when its client hangs up at once.
+    void aClientThatLeavesAtOnceLosesNothing()
+    {
+        const QByteArray body
+            = QJsonDocument(QJsonObject { { u"message"_s, u"今天午餐 50"_s } }).toJson(QJsonDocument::Compact);
+        const QByteArray request = "POST /agent/chat HTTP/1.1\r\nHost: 127.0.0.1\r\nAuthorization: Bearer "
+            + m_token.toLatin1() + "\r\nContent-Type: application/json\r\nContent-Length: "
+            + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, quint16(m_server->port()));
+        QVERIFY(socket.waitForConnected(5000));
+        socket.write(request);
+        QVERIFY(socket.waitForBytesWritten(5000));
+        socket.abort();
+        QTRY_COMPARE(m_http->get("/pending", m_token).array().size(), 1);
     }
 
 private:
