@@ -1,5 +1,6 @@
 #include "db/Database.h"
 #include "db/DbError.h"
+#include "db/Migrations.h"
 #include "db/Transaction.h"
 
 #include <QTemporaryDir>
@@ -29,6 +30,23 @@ class DatabaseTest : public QObject {
     Q_OBJECT
 
 private slots:
+    // A household founded before time categories existed gets the same ids as a new one.
+    void olderHouseholdsGetTheTimeCategories()
+    {
+        QTemporaryDir dir;
+        Database db(dir.filePath(u"t.db"_s));
+        db.migrate({ migrations().front() });
+        db.connection().exec("INSERT INTO users (id, username, display_name, password_hash, created_at) "
+                             "VALUES (7, 'old', 'Old', 'x', 0);"
+                             "INSERT INTO households (id, owner_id, created_at) VALUES (3, 7, 0);");
+        db.migrate(migrations());
+        auto query = db.connection().prepare(
+            "SELECT group_concat(id || name, ' ') FROM (SELECT id, name FROM time_categories WHERE household_id = 3 "
+            "ORDER BY id)");
+        QVERIFY(query.step());
+        QCOMPARE(query.text(0), u"1工作 2学习 3吃饭 4家务 6睡眠 7娱乐 8运动 9通勤 12做饭 13洗漱 29杂务"_s);
+    }
+
     void migrationsRunOnceEach()
     {
         QTemporaryDir dir;
