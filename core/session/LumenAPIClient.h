@@ -4,6 +4,7 @@
 #include "LumenAPIError.h"
 
 #include "assets/AssetModels.h"
+#include "chat/ChatSessionModels.h"
 #include "chat/PendingModels.h"
 #include "session/SessionModels.h"
 #include "time/TimeDomainModels.h"
@@ -150,6 +151,17 @@ public:
     QCoro::Task<wire::PendingItem> updatePending(QString id, wire::AnyDict payload);
     QCoro::Task<wire::PendingItem> commitPending(QString id);
     QCoro::Task<wire::PendingItem> rejectPending(QString id);
+
+    // ---- /chat/sessions (LumenAPIClientChat.cpp) ----
+    QCoro::Task<std::vector<wire::ChatSessionDTO>> chatSessions();
+    QCoro::Task<wire::ChatSessionDTO> chatCreateSession(wire::ChatSessionCreate body);
+    QCoro::Task<wire::ChatSessionDTO> chatUpdateSession(QString id, wire::ChatSessionPatch body);
+    QCoro::Task<wire::GenericOK> chatDeleteSession(QString id);
+    // The newest `limit` messages, oldest first.
+    QCoro::Task<std::vector<wire::ChatMessageDTO>> chatMessages(QString sessionId, int limit);
+    // A message id the session already holds is answered with its seq and stored once.
+    QCoro::Task<wire::ChatMessagePostResult> chatPostMessage(QString sessionId, wire::ChatMessageCreate body);
+    QCoro::Task<wire::GenericOK> chatClearMessages(QString sessionId);
 
 private:
     template<class T> static T decodeAnswer(const QByteArray& bytes)
