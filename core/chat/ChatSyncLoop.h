@@ -1,0 +1,62 @@
+#pragma once
+
+#include "session/LumenAPIClient.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+#include <qcoro/qcorotask.h>
+
+#include <chrono>
+#include <functional>
+
+class SessionsStore;
+class VelmarOSChatStore;
+
+// The chat's rhythm once it boots: wire the chat stores, take the server's session list and
+// the cards waiting, then every 8 seconds merge the open conversation, the cards and the
+// session list, so another machine's words show up here. The desktop shell starts it; the
+// pause comes through `Sleep`, so tests tick it by hand.
+class ChatSyncLoop : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by AppState")
+    Q_PROPERTY(bool running READ running NOTIFY runningChanged)
+    Q_PROPERTY(int ticks READ ticks NOTIFY ticked)
+
+public:
+    using Sleep = LumenAPIClient::Sleep;
+    static constexpr std::chrono::milliseconds interval { 8000 };
+
+    ChatSyncLoop(SessionsStore* sessions, Sleep sleep = LumenAPIClient::defaultSleep(), QObject* parent = nullptr);
+
+    // Set before start: what every chat store gets wired with (time effects, sign-out ...).
+    std::function<void(VelmarOSChatStore*)> storeConfigurator;
+
+    bool running() const { return m_running; }
+    int ticks() const { return m_ticks; }
+
+    // Boots and loops until stop(); a second start while running does nothing.
+    Q_INVOKABLE void start();
+    Q_INVOKABLE void stop();
+
+    // The two halves, for whoever drives the rhythm by hand. Never throw.
+    QCoro::Task<void> boot();
+    QCoro::Task<void> tick();
+
+signals:
+    void runningChanged();
+    void booted();
+    void ticked();
+
+private:
+    static QCoro::Task<void> run(QPointer<ChatSyncLoop> self, quint64 generation);
+    bool isCurrent(quint64 generation) const { return m_running && m_generation == generation; }
+
+    QPointer<SessionsStore> m_sessions;
+    Sleep m_sleep;
+    bool m_running = false;
+    quint64 m_generation = 0;
+    int m_ticks = 0;
+};
