@@ -5,6 +5,9 @@
 #include "LumenAPIClient.h"
 #include "UnimelbStore.h"
 
+#include "chat/ChatSyncLoop.h"
+#include "chat/SessionsStore.h"
+#include "chat/VelmarOSChatStore.h"
 #include "finance/AssetsStore.h"
 #include "relay/ConversationStore.h"
 #include "time/TimeCache.h"
@@ -12,6 +15,7 @@
 
 #include <QDebug>
 #include <QPointer>
+#include <QSettings>
 
 AppState::AppState(AppStateDeps deps, QObject* parent)
     : QObject(parent)
@@ -25,6 +29,9 @@ AppState::AppState(AppStateDeps deps, QObject* parent)
     m_time->relayClient = m_deps.relay;
     // Loads nothing at start: it fills as the user talks.
     m_conversation = new ConversationStore(context, m_deps.relay, this);
+    m_settings = m_deps.settings ? m_deps.settings : new QSettings(this);
+    m_chatSessions = new SessionsStore(ChatStoreContext { context, m_deps.agent, m_settings, m_timeCache }, this);
+    m_chatSync = new ChatSyncLoop(m_chatSessions, LumenAPIClient::defaultSleep(), this);
 
     QPointer<AppState> weakSelf(this);
     const auto onAuthFailure = [weakSelf] {
@@ -36,6 +43,45 @@ AppState::AppState(AppStateDeps deps, QObject* parent)
 }
 
 AppState::~AppState() = default;
+
+namespace {
+
+QCoro::Task<void> refreshTime(QPointer<TimeStore> time)
+{
+    if (time)
+        co_await time->refresh();
+}
+
+} // namespace
+
+void AppState::configureChatStore(VelmarOSChatStore* store)
+{
+    if (!store)
+        return;
+    QPointer<AppState> self(this);
+    QPointer<TimeStore> time(m_time);
+    store->onTimeEffect = [time](const TimeActivityEffect& effect) {
+        if (time)
+            time->applyChatEffect(effect);
+    };
+    store->onTimeFullRefresh = [time]() { return refreshTime(time); };
+    store->onAuthFailure = [self] {
+        if (self)
+            self->handleAuthFailure();
+    };
+}
+
+void AppState::bootChatAgent()
+{
+    if (m_chatSync->running())
+        return;
+    QPointer<AppState> self(this);
+    m_chatSync->storeConfigurator = [self](VelmarOSChatStore* store) {
+        if (self)
+            self->configureChatStore(store);
+    };
+    m_chatSync->start();
+}
 
 QList<DomainStore*> AppState::stores() const
 {

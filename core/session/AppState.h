@@ -17,15 +17,20 @@
 #include <memory>
 #include <optional>
 
+class AgentClient;
 class AssetsStore;
+class ChatSyncLoop;
 class ConversationStore;
 class DomainStore;
 class KeychainStore;
 class LumenAPIClient;
 class MintbridgeClient;
+class QSettings;
+class SessionsStore;
 class TimeCache;
 class TimeStore;
 class UnimelbStore;
+class VelmarOSChatStore;
 
 struct AppStateDeps {
     LumenAPIClient* api = nullptr;
@@ -33,6 +38,8 @@ struct AppStateDeps {
     ClientPaths paths;
     std::shared_ptr<const Clock> clock = SystemClock::shared();
     MintbridgeClient* relay = nullptr; // null: the process-wide relay client
+    QSettings* settings = nullptr; // null: the app's own user defaults
+    AgentClient* agent = nullptr; // null: the process-wide agent client
 };
 
 // The root of the client: the login state and one store per organ. Stores are built once
@@ -59,6 +66,10 @@ class AppState : public QObject {
     Q_PROPERTY(TimeStore* time READ time CONSTANT)
     Q_MOC_INCLUDE("relay/ConversationStore.h")
     Q_PROPERTY(ConversationStore* conversation READ conversation CONSTANT)
+    Q_MOC_INCLUDE("chat/SessionsStore.h")
+    Q_PROPERTY(SessionsStore* chatSessions READ chatSessions CONSTANT)
+    Q_MOC_INCLUDE("chat/ChatSyncLoop.h")
+    Q_PROPERTY(ChatSyncLoop* chatSync READ chatSync CONSTANT)
 
 public:
     explicit AppState(AppStateDeps deps, QObject* parent = nullptr);
@@ -84,6 +95,9 @@ public:
     UnimelbStore* unimelb() const { return m_unimelb; }
     TimeStore* time() const { return m_time; }
     ConversationStore* conversation() const { return m_conversation; }
+    // The chat sessions and their stores; the sync loop keeps them in step with the server.
+    SessionsStore* chatSessions() const { return m_chatSessions; }
+    ChatSyncLoop* chatSync() const { return m_chatSync; }
     // The app's one cache of time views; every writer of time entries invalidates it.
     TimeCache* timeCache() const { return m_timeCache; }
     // Every store, for wiring and tests.
@@ -111,6 +125,12 @@ public:
 
     // Fire-and-forget forms for the screens; failures arrive as `actionFailed`.
     Q_INVOKABLE void signOutCurrentUser();
+
+    // The chat boots: its stores are wired to time and sign-out, and the 8-second sync
+    // loop starts. Once is enough; later calls do nothing.
+    Q_INVOKABLE void bootChatAgent();
+    // What every chat store is wired with: time effects, the time refresh, sign-out.
+    void configureChatStore(VelmarOSChatStore* store);
 
 signals:
     void hasTokenChanged();
@@ -147,4 +167,7 @@ private:
     TimeCache* m_timeCache = nullptr;
     TimeStore* m_time = nullptr;
     ConversationStore* m_conversation = nullptr;
+    QSettings* m_settings = nullptr;
+    SessionsStore* m_chatSessions = nullptr;
+    ChatSyncLoop* m_chatSync = nullptr;
 };
