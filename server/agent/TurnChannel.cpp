@@ -21,7 +21,11 @@ TurnChannel::TurnChannel(TurnOutput& output)
 void TurnChannel::send(const AgentEvent& event)
 {
     m_events.push_back(event);
-    if (!m_clientGone && !m_output.write(event.frame()))
+    if (m_clientGone)
+        return;
+    if (m_output.write(event.frame()))
+        m_delivered = m_events.size();
+    else
         m_clientGone = true;
 }
 

@@ -12,6 +12,7 @@ namespace lumen::agent {
 // What an agent speaks through during one turn. Every event is kept in the turn's
 // transcript and written to the stream while the client is there; once a write fails the
 // client counts as gone and the rest is only kept, so the turn's work is never cut short.
+// How many events went out before that is kept too: the rest is what the client missed.
 class TurnChannel {
 public:
     explicit TurnChannel(TurnOutput& output);
@@ -26,6 +27,8 @@ public:
     int iterations() const { return m_iterations; }
     bool clientGone() const { return m_clientGone; }
     const std::vector<AgentEvent>& events() const { return m_events; }
+    // The events written before the first failed write; all of them while the client is there.
+    std::size_t deliveredCount() const { return m_delivered; }
 
     // The pieces `say` sends, at most four, each ending on a clause.
     static QStringList pieces(const QString& text);
@@ -34,6 +37,7 @@ private:
     TurnOutput& m_output;
     std::vector<AgentEvent> m_events;
     int m_iterations = 0;
+    std::size_t m_delivered = 0;
     bool m_clientGone = false;
 };
 

@@ -23,10 +23,44 @@ TurnRunner::TurnRunner(std::shared_ptr<Clock> clock, std::shared_ptr<Agent> fall
 {
 }
 
-void TurnRunner::setObserver(std::shared_ptr<TurnObserver> observer)
+void TurnRunner::addObserver(std::shared_ptr<TurnObserver> observer)
 {
-    const std::lock_guard lock(m_observerMutex);
-    m_observer = std::move(observer);
+    const std::lock_guard lock(m_hooksMutex);
+    if (observer)
+        m_observers.push_back(std::move(observer));
+}
+
+void TurnRunner::removeObserver(const std::shared_ptr<TurnObserver>& observer)
+{
+    const std::lock_guard lock(m_hooksMutex);
+    std::erase(m_observers, observer);
+}
+
+void TurnRunner::setResumeLookup(ResumeLookup lookup)
+{
+    const std::lock_guard lock(m_hooksMutex);
+    m_resumeLookup = std::move(lookup);
+}
+
+std::optional<QString> TurnRunner::requestedResumeId(const TurnRequest& request)
+{
+    const auto& asked = request.chat.session_id;
+    if ((asked && !asked->trimmed().isEmpty()) || !request.chat.chat_session_id)
+        return asked;
+    ResumeLookup lookup;
+    {
+        const std::lock_guard lock(m_hooksMutex);
+        lookup = m_resumeLookup;
+    }
+    if (!lookup)
+        return std::nullopt;
+    try {
+        return lookup(request.user.userId, *request.chat.chat_session_id);
+    } catch (const std::exception& error) {
+        // A turn without its old context beats no turn at all.
+        qWarning().noquote() << "[lumen-api] resume id lookup failed:" << error.what();
+        return std::nullopt;
+    }
 }
 
 QString TurnRunner::sessionIdFor(const std::optional<QString>& requested)
@@ -47,7 +81,7 @@ void TurnRunner::run(TurnRequest request, TurnOutput& output)
     transcript.chatSessionId = request.chat.chat_session_id;
     transcript.message = request.chat.message;
     try {
-        request.sessionId = sessionIdFor(request.chat.session_id);
+        request.sessionId = sessionIdFor(requestedResumeId(request));
         transcript.sessionId = request.sessionId;
         if (const auto wait = m_limiter.admit(request.user.userId, m_clock->now().toMSecsSinceEpoch())) {
             channel.send(AgentEvent::rateLimit(*wait));
@@ -76,18 +110,21 @@ void TurnRunner::run(TurnRequest request, TurnOutput& output)
         qWarning().noquote() << "[lumen-api] agent turn ended by an unknown error";
     }
     transcript.events = channel.events();
-    transcript.delivered = !channel.clientGone();
-    std::shared_ptr<TurnObserver> observer;
+    transcript.deliveredCount = channel.deliveredCount();
+    transcript.delivered = transcript.deliveredCount == transcript.events.size();
+    std::vector<std::shared_ptr<TurnObserver>> observers;
     {
-        const std::lock_guard lock(m_observerMutex);
-        observer = m_observer;
+        const std::lock_guard lock(m_hooksMutex);
+        observers = m_observers;
     }
-    if (!observer)
-        return;
-    try {
-        observer->turnFinished(transcript);
-    } catch (...) {
-        qWarning().noquote() << "[lumen-api] a turn observer failed";
+    for (const auto& observer : observers) {
+        try {
+            observer->turnFinished(transcript);
+        } catch (const std::exception& error) {
+            qWarning().noquote() << "[lumen-api] a turn observer failed:" << error.what();
+        } catch (...) {
+            qWarning().noquote() << "[lumen-api] a turn observer failed";
+        }
     }
 }
 

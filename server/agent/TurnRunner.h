@@ -10,6 +10,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -25,6 +26,7 @@ struct TurnTranscript {
     QString model;
     QString message;
     std::vector<AgentEvent> events;
+    std::size_t deliveredCount = 0; // the events the client was sent before its stream failed
     bool delivered = false; // every event reached the client
 };
 
@@ -41,11 +43,18 @@ public:
 // went wrong inside. A client that goes away never stops the turn.
 class TurnRunner {
 public:
+    // The resume id a user's chat session last ran under, if the session is known.
+    using ResumeLookup = std::function<std::optional<QString>(qint64 userId, const QString& chatSessionId)>;
+
     TurnRunner(std::shared_ptr<Clock> clock, std::shared_ptr<Agent> fallback);
 
     AgentDirectory& directory() { return m_directory; }
     TurnRateLimiter& limiter() { return m_limiter; }
-    void setObserver(std::shared_ptr<TurnObserver> observer);
+    // Observers are told of each finished turn in the order they were added.
+    void addObserver(std::shared_ptr<TurnObserver> observer);
+    void removeObserver(const std::shared_ptr<TurnObserver>& observer);
+    // Lets a turn that names its chat session but no resume id continue that session's context.
+    void setResumeLookup(ResumeLookup lookup);
 
     // Runs one turn to its end; never throws.
     void run(TurnRequest request, TurnOutput& output);
@@ -54,11 +63,15 @@ public:
     static QString sessionIdFor(const std::optional<QString>& requested);
 
 private:
+    // The client's resume id, or else the one its chat session last ran under.
+    std::optional<QString> requestedResumeId(const TurnRequest& request);
+
     std::shared_ptr<Clock> m_clock;
     AgentDirectory m_directory;
     TurnRateLimiter m_limiter;
-    std::mutex m_observerMutex;
-    std::shared_ptr<TurnObserver> m_observer;
+    std::mutex m_hooksMutex;
+    std::vector<std::shared_ptr<TurnObserver>> m_observers;
+    ResumeLookup m_resumeLookup;
 };
 
 } // namespace lumen::agent

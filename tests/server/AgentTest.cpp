@@ -1,3 +1,4 @@
+#include "AgentStream.h"
 #include "ServerHttp.h"
 #include "TestServer.h"
 
@@ -17,68 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Event {
-    QString name;
-    QJsonObject data;
-};
-
-// A turn's stream read the way the client reads it: "event: " names the next "data: " line,
-// other lines are ignored, "data: [DONE]" ends it.
-struct Turn {
-    int status = 0;
-    std::vector<Event> events;
-    bool done = false;
-
-    std::vector<Event> named(const QString& name) const
-    {
-        std::vector<Event> out;
-        std::copy_if(
-            events.begin(), events.end(), std::back_inserter(out), [&](const Event& e) { return e.name == name; });
-        return out;
-    }
-    QJsonObject only(const QString& name) const
-    {
-        const auto found = named(name);
-        if (found.size() != 1)
-            qWarning() << "expected one" << name << "event, got" << found.size();
-        return found.empty() ? QJsonObject() : found.front().data;
-    }
-    QString text() const
-    {
-        QString out;
-        for (const Event& e : named(u"text_delta"_s))
-            out += e.data.value(u"text"_s).toString();
-        return out;
-    }
-    QStringList names() const
-    {
-        QStringList out;
-        for (const Event& e : events)
-            out.append(e.name);
-        return out;
-    }
-};
-
-Turn readStream(const Reply& reply)
-{
-    Turn turn;
-    turn.status = reply.status;
-    QString pending;
-    for (const QString& line : QString::fromStdString(reply.body).split(u'\n')) {
-        if (line.startsWith(u"event: "_s)) {
-            pending = line.mid(7);
-        } else if (line.startsWith(u"data: "_s)) {
-            const QString rest = line.mid(6);
-            if (rest == u"[DONE]"_s) {
-                turn.done = true;
-                break;
-            }
-            turn.events.push_back({ pending, QJsonDocument::fromJson(rest.toUtf8()).object() });
-            pending.clear();
-        }
-    }
-    return turn;
-}
+using Event = StreamEvent;
+using Turn = StreamedTurn;
 
 // Fails every write after the first `delivered` ones, as a client that hung up mid-answer.
 class HangingUpOutput final : public lumen::agent::TurnOutput {
@@ -477,7 +418,7 @@ private slots:
     {
         lumen::Backend& backend = m_server->server().backend();
         auto kept = std::make_shared<KeptTurns>();
-        backend.turns().setObserver(kept);
+        backend.turns().addObserver(kept);
         lumen::agent::TurnRequest request;
         request.user = *backend.accounts().authenticate(m_token);
         request.household = backend.households().householdOf(m_owner);
@@ -490,6 +431,7 @@ private slots:
         QCOMPARE(kept->turns.size(), size_t(1));
         const lumen::agent::TurnTranscript& transcript = kept->turns.front();
         QCOMPARE(transcript.delivered, false);
+        QCOMPARE(transcript.deliveredCount, size_t(1));
         QCOMPARE(transcript.chatSessionId, std::optional<QString>(u"default"_s));
         QStringList names;
         for (const auto& event : transcript.events)
@@ -497,7 +439,7 @@ private slots:
         QVERIFY(names.contains(u"pending_card"_s));
         QCOMPARE(names.last(), u"result"_s);
         QCOMPARE(m_http->get("/pending", m_token).array().size(), 1);
-        backend.turns().setObserver(nullptr);
+        backend.turns().removeObserver(kept);
     }
 
     // A sentence that reached the server is answered even when its client hangs up at once.
