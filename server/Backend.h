@@ -4,6 +4,7 @@
 #include "db/Database.h"
 #include "services/AccountService.h"
 #include "services/AssetsService.h"
+#include "services/ChatSessionService.h"
 #include "services/DemoSeeder.h"
 #include "services/FinanceLedgerService.h"
 #include "services/HouseholdService.h"
@@ -49,6 +50,7 @@ public:
     TimeLedgerService& timeLedger() { return m_timeLedger; }
     FinanceLedgerService& financeLedger() { return m_financeLedger; }
     PendingService& pending() { return m_pending; }
+    ChatSessionService& chatSessions() { return m_chatSessions; }
     // Chat turns: the agents, the per-user rate limit and the hook for finished turns.
     agent::TurnRunner& turns() { return *m_turns; }
     DemoSeeder& seeder() { return m_seeder; }
@@ -69,6 +71,7 @@ private:
     TimeLedgerService m_timeLedger;
     FinanceLedgerService m_financeLedger;
     PendingService m_pending;
+    ChatSessionService m_chatSessions;
     DemoSeeder m_seeder;
     std::unique_ptr<agent::TurnContextStore> m_turnContexts;
     std::unique_ptr<agent::TurnRunner> m_turns;

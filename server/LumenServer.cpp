@@ -5,6 +5,7 @@
 #include "routes/AgentRoutes.h"
 #include "routes/AssetsRoutes.h"
 #include "routes/AuthRoutes.h"
+#include "routes/ChatSessionRoutes.h"
 #include "routes/FinanceRoutes.h"
 #include "routes/HealthRoutes.h"
 #include "routes/PendingRoutes.h"
@@ -68,6 +69,7 @@ void LumenServer::registerRoutes()
     routes::registerPendingRoutes(http, *m_context);
     routes::registerFinanceRoutes(http, *m_context);
     routes::registerAgentRoutes(http, *m_context);
+    routes::registerChatSessionRoutes(http, *m_context);
 }
 
 void LumenServer::start()

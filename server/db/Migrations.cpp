@@ -205,6 +205,43 @@ CREATE TABLE finance_keywords (
 );
 )sql";
 
+// Each user's chat sessions, keyed by the id the client chose, and the server's copy of each
+// conversation. Times are the client's text form (UTC, milliseconds, "Z") because clients sort
+// them as text. `next_seq` only rises, so a seq is never handed out twice, not even after a clear.
+constexpr const char* kChatSessions = R"sql(
+CREATE TABLE chat_sessions (
+    id             INTEGER PRIMARY KEY,
+    user_id        INTEGER NOT NULL REFERENCES users(id),
+    client_id      TEXT    NOT NULL,
+    title          TEXT,
+    model          TEXT,
+    cli_session_id TEXT,
+    is_pinned      INTEGER NOT NULL DEFAULT 0 CHECK (is_pinned IN (0, 1)),
+    is_archived    INTEGER NOT NULL DEFAULT 0 CHECK (is_archived IN (0, 1)),
+    created_at     TEXT    NOT NULL,
+    last_active_at TEXT    NOT NULL,
+    next_seq       INTEGER NOT NULL DEFAULT 1,
+    UNIQUE (user_id, client_id)
+);
+
+CREATE TABLE chat_messages (
+    id         INTEGER PRIMARY KEY,
+    session_id INTEGER NOT NULL REFERENCES chat_sessions(id) ON DELETE CASCADE,
+    client_id  TEXT    NOT NULL,
+    seq        INTEGER NOT NULL,
+    role       TEXT    NOT NULL CHECK (role IN ('user', 'assistant')),
+    kind       TEXT    NOT NULL,
+    content    TEXT    NOT NULL,
+    ts         TEXT    NOT NULL,
+    created_at INTEGER NOT NULL,
+    UNIQUE (session_id, client_id),
+    UNIQUE (session_id, seq)
+);
+
+-- What a conversation proposed last, for follow-ups after the server restarted.
+CREATE INDEX pending_items_user_session ON pending_items(user_id, source_session, id);
+)sql";
+
 } // namespace
 
 const std::vector<Migration>& migrations()
@@ -212,6 +249,7 @@ const std::vector<Migration>& migrations()
     static const std::vector<Migration> all = {
         { 1, "accounts, households, tokens", kAccounts },
         { 2, "time ledger, pending items, finance ledger, lexicon", kLedgers },
+        { 3, "chat sessions and their messages", kChatSessions },
     };
     return all;
 }
