@@ -68,22 +68,6 @@ private slots:
         QCOMPARE(m_http->get("/chat/sessions", m_token).array().size(), 1);
     }
 
-    void theListShowsTheMostRecentlyActiveFirst()
-    {
-        create(u"old"_s);
-        m_server->clock().advance(60);
-        create(u"new"_s);
-        m_server->clock().advance(60);
-        create(u"archived"_s);
-        m_http->patch("/chat/sessions/archived",
-            QJsonObject { { u"is_archived"_s, true }, { u"last_active_at"_s, u"2026-11-20T00:00:00.000Z"_s } },
-            m_token);
-        QStringList ids;
-        for (const QJsonValue& session : m_http->get("/chat/sessions", m_token).array())
-            ids.append(session.toObject().value(u"id"_s).toString());
-        QCOMPARE(ids, (QStringList { u"new"_s, u"old"_s, u"archived"_s }));
-    }
-
     void aPatchChangesOnlyWhatItNames_data()
     {
         QTest::addColumn<QJsonObject>("patch");
@@ -91,18 +75,12 @@ private slots:
         QTest::newRow("rename") << QJsonObject { { u"title"_s, u"周末账"_s } }
                                 << QJsonObject { { u"title"_s, u"周末账"_s } };
         QTest::newRow("pin") << QJsonObject { { u"is_pinned"_s, true } } << QJsonObject { { u"is_pinned"_s, true } };
-        QTest::newRow("archive") << QJsonObject { { u"is_archived"_s, true } }
-                                 << QJsonObject { { u"is_archived"_s, true } };
-        QTest::newRow("model") << QJsonObject { { u"model"_s, u"gpt"_s } } << QJsonObject { { u"model"_s, u"gpt"_s } };
         QTest::newRow("resume id") << QJsonObject { { u"cli_session_id"_s, u"abc-123"_s } }
                                    << QJsonObject { { u"cli_session_id"_s, u"abc-123"_s } };
         // Another zone or no milliseconds still ends up in the form clients sort as text.
         QTest::newRow("activity time in another zone")
             << QJsonObject { { u"last_active_at"_s, u"2026-11-21T20:45:10+11:00"_s } }
             << QJsonObject { { u"last_active_at"_s, u"2026-11-21T09:45:10.000Z"_s } };
-        QTest::newRow("first sentence") << QJsonObject {
-            { u"title"_s, u"买 咖啡"_s }, { u"last_active_at"_s, u"2026-11-21T09:31:00.000Z"_s }
-        } << QJsonObject { { u"title"_s, u"买 咖啡"_s }, { u"last_active_at"_s, u"2026-11-21T09:31:00.000Z"_s } };
         QTest::newRow("after a migration")
             << QJsonObject { { u"is_pinned"_s, true }, { u"is_archived"_s, false },
                    { u"last_active_at"_s, u"2026-10-01T08:00:00.000Z"_s } }
@@ -120,15 +98,6 @@ private slots:
         QCOMPARE(reply.status, 200);
         QCOMPARE(reply.object(), expected);
         QCOMPARE(m_http->get("/chat/sessions", m_token).array().first().toObject(), expected);
-    }
-
-    void anEmptyResumeIdClearsIt()
-    {
-        create(u"default"_s);
-        m_http->patch("/chat/sessions/default", QJsonObject { { u"cli_session_id"_s, u"abc"_s } }, m_token);
-        const Reply cleared
-            = m_http->patch("/chat/sessions/default", QJsonObject { { u"cli_session_id"_s, QString() } }, m_token);
-        QVERIFY(!cleared.object().contains(u"cli_session_id"_s));
     }
 
     // Two users may both hold "default"; neither reaches the other's, and an id held by
@@ -189,29 +158,18 @@ private slots:
         QTest::newRow("session id with a slash")
             << u"POST"_s << u"/chat/sessions"_s << QJsonObject { { u"id"_s, u"a/b"_s } } << 422
             << u"会话 id 不能含有斜杠、控制字符或首尾空白"_s;
-        QTest::newRow("session without an id field")
-            << u"POST"_s << u"/chat/sessions"_s << QJsonObject { { u"title"_s, u"x"_s } } << 422 << QString();
         QTest::newRow("title too long") << u"PATCH"_s << u"/chat/sessions/default"_s
                                         << QJsonObject { { u"title"_s, QString(201, u'字') } } << 422
                                         << u"标题最多 200 个字符"_s;
         QTest::newRow("activity time that is no time")
             << u"PATCH"_s << u"/chat/sessions/default"_s << QJsonObject { { u"last_active_at"_s, u"昨天"_s } } << 422
             << u"last_active_at 应为 ISO 8601 时间，例如 2026-11-21T09:30:00.000Z：昨天"_s;
-        QTest::newRow("pin that is no boolean") << u"PATCH"_s << u"/chat/sessions/default"_s
-                                                << QJsonObject { { u"is_pinned"_s, u"yes"_s } } << 422 << QString();
         QTest::newRow("kind that is not synced")
             << u"POST"_s << messages << with(u"kind"_s, u"tool_call"_s) << 422 << u"不支持的消息类型：tool_call"_s;
         QTest::newRow("role that does not fit the kind") << u"POST"_s << messages << with(u"role"_s, u"user"_s) << 422
                                                          << u"assistant_text 消息的 role 应为 assistant"_s;
         QTest::newRow("message without id")
             << u"POST"_s << messages << with(u"id"_s, QString()) << 422 << u"消息 id 不能为空"_s;
-        QTest::newRow("message without time")
-            << u"POST"_s << messages << with(u"ts"_s, QString()) << 422 << u"消息时间 ts 不能为空"_s;
-        QTest::newRow("message without content field")
-            << u"POST"_s << messages
-            << QJsonObject { { u"id"_s, u"M9"_s }, { u"role"_s, u"assistant"_s }, { u"kind"_s, u"error"_s },
-                   { u"ts"_s, tsAt(40) } }
-            << 422 << QString();
         QTest::newRow("limit that is no number")
             << u"GET"_s << messages + u"?limit=many"_s << QJsonObject() << 422 << u"参数 limit 应为整数"_s;
         QTest::newRow("no token") << u"GET"_s << u"/chat/sessions"_s << QJsonObject() << 401 << QString();
@@ -251,7 +209,6 @@ private slots:
         QTest::newRow("no limit given") << 12 << QString() << 1 << 12;
         QTest::newRow("limit below one") << 4 << u"?limit=0"_s << 4 << 1;
         QTest::newRow("limit above the most") << 4 << u"?limit=5000"_s << 1 << 4;
-        QTest::newRow("an empty session") << 0 << u"?limit=400"_s << 0 << 0;
     }
     void messagesComeAsTheNewestWindowOldestFirst()
     {
