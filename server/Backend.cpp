@@ -3,6 +3,7 @@
 #include "agent/BuiltinAgent.h"
 #include "agent/TurnContextStore.h"
 #include "agent/TurnRunner.h"
+#include "agent/UnheardTurnWriter.h"
 #include "db/Migrations.h"
 
 #include <QDir>
@@ -61,6 +62,12 @@ Backend::Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> cloc
     m_turnContexts = std::make_unique<agent::TurnContextStore>();
     m_turns
         = std::make_unique<agent::TurnRunner>(m_clock, std::make_shared<agent::BuiltinAgent>(*this, *m_turnContexts));
+    // A chat session continues under the resume id it last ran under, and keeps a copy of
+    // whatever its client did not stay to hear.
+    m_turns->setResumeLookup([this](qint64 userId, const QString& chatSessionId) {
+        return m_chatSessions.resumeIdOf(userId, chatSessionId);
+    });
+    m_turns->addObserver(std::make_shared<agent::UnheardTurnWriter>(m_chatSessions, m_households, *m_clock));
 }
 
 Backend::~Backend() = default;
