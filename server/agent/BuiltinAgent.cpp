@@ -23,8 +23,6 @@ const QString kHelp
                      "开始或结束计时（「开始 coding」「结束」），也可以回答「这个月花了多少」「今天做了什么」。");
 const QString kImagesHelp
     = QStringLiteral("我现在还看不懂图片。把金额和内容打成一句话发给我吧，比如「超市 牛奶 5 面包 3.5」。");
-const QString kEditHelp
-    = QStringLiteral("想改刚才那条的话，点卡片上的「编辑」改好再确认就行；也可以撤销后重新说一遍。");
 
 QString intentPreview(const language::Intent& intent)
 {
@@ -106,7 +104,7 @@ void BuiltinAgent::run(const TurnRequest& request, TurnChannel& channel)
         proposeDelete(turn);
         break;
     case language::IntentKind::editLast:
-        channel.say(kEditHelp);
+        editLast(turn);
         break;
     case language::IntentKind::none:
         channel.say(kHelp);
@@ -132,6 +130,7 @@ void BuiltinAgent::propose(Turn& turn, const QString& domain, const wire::AnyDic
     turn.channel.send(AgentEvent::pendingCard(item));
     turn.memory.lastPendingId = item.id;
     turn.memory.lastPendingDomain = domain;
+    turn.memory.lastRecordId = 0;
 }
 
 void BuiltinAgent::book(Turn& turn)
@@ -270,6 +269,7 @@ void BuiltinAgent::startActivity(Turn& turn)
         if (!result.stopped->entries.empty()) {
             turn.memory.lastRecordId = result.stopped->entries.back().id;
             turn.memory.lastRecordDomain = kTime;
+            turn.memory.lastPendingId.clear();
         }
     }
     turn.channel.finishTool(tool, true, preview);
@@ -301,6 +301,7 @@ void BuiltinAgent::stopActivity(Turn& turn)
     if (!result.entries.empty()) {
         turn.memory.lastRecordId = result.entries.back().id;
         turn.memory.lastRecordDomain = kTime;
+        turn.memory.lastPendingId.clear();
     }
     turn.channel.say(reply);
     turn.channel.send(AgentEvent::timeEffect(

@@ -1,11 +1,11 @@
-// Questions about the ledgers, and the delete of the last thing said.
+// Questions about the ledgers.
 
 #include "BuiltinAgent.h"
+#include "RecordPreview.h"
 #include "ReplyText.h"
 #include "TurnChannel.h"
 
 #include "Backend.h"
-#include "services/ApiError.h"
 #include "services/LocalClock.h"
 
 #include <cmath>
@@ -22,45 +22,6 @@ constexpr std::size_t kMaxRows = 50;
 QString share(double part, double whole)
 {
     return whole > 0 ? QStringLiteral("%1%").arg(std::llround(part / whole * 100)) : QStringLiteral("0%");
-}
-
-QString shortDay(const QString& date)
-{
-    const auto day = LocalClock::parseDay(date);
-    return day ? QStringLiteral("%1月%2日").arg(day->month()).arg(day->day()) : date;
-}
-
-QString linePreview(const wire::Transaction& line)
-{
-    QString preview = QStringLiteral("%1 %2").arg(line.category.value_or(QStringLiteral("其他")),
-        ReplyText::money(line.amount, line.currency.value_or(QStringLiteral("AUD"))));
-    if (line.desc && !line.desc->isEmpty())
-        preview += QStringLiteral(" · ") + *line.desc;
-    return preview + QStringLiteral(" · ") + shortDay(line.date);
-}
-
-QString entryPreview(const wire::TimeEntry& entry)
-{
-    QString preview = entry.activity;
-    if (entry.end_time)
-        preview += u' ' + ReplyText::clockRange(entry.start_time, *entry.end_time);
-    if (entry.duration_min)
-        preview += QStringLiteral("（%1）").arg(ReplyText::duration(*entry.duration_min));
-    return preview + QStringLiteral(" · ") + shortDay(entry.date);
-}
-
-QString itemPreview(const wire::PendingItem& item)
-{
-    auto text = [&](const char* key) {
-        const auto found = item.payload.find(QString::fromLatin1(key));
-        return found == item.payload.end() ? QString() : found->second.displayText();
-    };
-    if (item.domain == kTime)
-        return QStringLiteral("%1 %2（待确认）")
-            .arg(text("activity"), ReplyText::clockRange(text("start_time"), text("end_time")));
-    const auto amount = item.payload.find(QStringLiteral("amount"));
-    const double figure = amount == item.payload.end() ? 0 : amount->second.doubleValue().value_or(0);
-    return QStringLiteral("%1 %2（待确认）").arg(text("category"), ReplyText::money(figure, text("currency")));
 }
 
 } // namespace
@@ -99,7 +60,7 @@ void BuiltinAgent::answerFinanceQuery(Turn& turn, const language::Query& query)
         for (const wire::Transaction& line : totals.lines) {
             if (rows.size() == kMaxRows)
                 break;
-            rows.push_back({ { QStringLiteral("日期"), shortDay(line.date) },
+            rows.push_back({ { QStringLiteral("日期"), RecordPreview::shortDay(line.date) },
                 { QStringLiteral("金额"),
                     ReplyText::money(line.amount, line.currency.value_or(QStringLiteral("AUD"))) },
                 { QStringLiteral("说明"), line.desc.value_or(QString()) },
@@ -200,73 +161,6 @@ void BuiltinAgent::answerTimeQuery(Turn& turn, const language::Query& query)
     }
     turn.channel.say(reply);
     turn.channel.send(AgentEvent::queryResult(kTime, period + subject, summary, rows, idHint));
-}
-
-void BuiltinAgent::proposeDelete(Turn& turn)
-{
-    const qint64 userId = turn.request.user.userId;
-    const language::RecordDomain target = turn.intent.target;
-    auto wanted = [&](const QString& domain) {
-        return target == language::RecordDomain::any
-            || (target == language::RecordDomain::finance && domain == kFinance)
-            || (target == language::RecordDomain::time && domain == kTime);
-    };
-    const QString tool = turn.channel.startTool(QStringLiteral("find_last_record"),
-        { { QStringLiteral("domain"),
-            target == language::RecordDomain::finance    ? kFinance
-                : target == language::RecordDomain::time ? kTime
-                                                         : QStringLiteral("any") } });
-
-    struct Candidate {
-        QString domain;
-        qint64 id = 0;
-        QString preview;
-        QString endpoint;
-        qint64 writtenAt = 0;
-        bool pending = false;
-    };
-    std::optional<Candidate> chosen;
-    auto consider = [&](Candidate candidate) {
-        if (wanted(candidate.domain) && (!chosen || candidate.writtenAt > chosen->writtenAt))
-            chosen = std::move(candidate);
-    };
-    // This conversation's own last proposal, while it still waits, is what "刚才那笔" means.
-    if (!turn.memory.lastPendingId.isEmpty() && wanted(turn.memory.lastPendingDomain)) {
-        try {
-            const wire::PendingItem item = m_backend.pending().get(userId, turn.memory.lastPendingId);
-            if (item.status == QLatin1String("pending"))
-                chosen = Candidate { item.domain, item.id.toLongLong(), itemPreview(item),
-                    QStringLiteral("/pending/%1/reject").arg(item.id), 0, true };
-        } catch (const ApiError&) {
-        }
-    }
-    if (!chosen) {
-        if (const auto item = m_backend.pending().newestPending(userId)) {
-            consider({ item->first.domain, item->first.id.toLongLong(), itemPreview(item->first),
-                QStringLiteral("/pending/%1/reject").arg(item->first.id), item->second, true });
-        }
-        if (const auto line = m_backend.financeLedger().lastWrittenBy(userId)) {
-            consider({ kFinance, line->first.id, linePreview(line->first),
-                QStringLiteral("/finance/transactions/%1/delete").arg(line->first.id), line->second, false });
-        }
-        if (const auto entry = m_backend.timeLedger().lastWritten(userId)) {
-            consider({ kTime, entry->first.id, entryPreview(entry->first),
-                QStringLiteral("/time/%1/delete").arg(entry->first.id), entry->second, false });
-        }
-    }
-    if (!chosen) {
-        turn.channel.finishTool(tool, false, QStringLiteral("没有找到记录"));
-        turn.channel.say(QStringLiteral("没有找到可以删除的记录。"));
-        return;
-    }
-    turn.channel.finishTool(tool, true, chosen->preview);
-    if (chosen->pending)
-        turn.channel.say(QStringLiteral("刚才那条还没入账，要撤销吗：%1？确认后撤销。").arg(chosen->preview));
-    else if (chosen->domain == kTime)
-        turn.channel.say(QStringLiteral("要删掉这段时间吗：%1？确认后删除。").arg(chosen->preview));
-    else
-        turn.channel.say(QStringLiteral("要删掉这笔吗：%1？确认后删除。").arg(chosen->preview));
-    turn.channel.send(AgentEvent::proposedDelete(chosen->domain, chosen->id, chosen->preview, chosen->endpoint));
 }
 
 } // namespace lumen::agent

@@ -10,11 +10,12 @@
 
 namespace lumen::agent {
 
-// What a conversation last produced, so a follow-up ("删掉刚才那笔") knows what it refers to.
+// What a conversation last produced, so a follow-up ("删掉刚才那笔", "改成 60") knows what it
+// refers to. At most one of the two is set: whichever came last.
 struct TurnContext {
     QString lastPendingId; // the newest proposal of the conversation
     QString lastPendingDomain;
-    qint64 lastRecordId = 0; // the newest record the conversation wrote directly (a stopped block)
+    qint64 lastRecordId = 0; // a record the conversation wrote directly (a stopped block)
     QString lastRecordDomain;
 
     bool operator==(const TurnContext&) const = default;

@@ -117,20 +117,66 @@ qint64 FinanceLedgerService::insertIn(
         insert.bindNull(":aud").bindNull(":fx");
     insert.run();
     const qint64 id = connection.lastInsertId();
+    insertItemsIn(connection, id, line.items);
+    return id;
+}
+
+void FinanceLedgerService::insertItemsIn(
+    db::Connection& connection, qint64 transactionId, const std::vector<NewTransactionItem>& items)
+{
     int order = 0;
-    for (const NewTransactionItem& item : line.items) {
+    for (const NewTransactionItem& item : items) {
         connection
             .prepare("INSERT INTO finance_transaction_items (transaction_id, name, amount, amount_cents, sort_order, "
                      "created_at) VALUES (:tx, :name, :amount, :cents, :order, :now)")
-            .bind(":tx", id)
+            .bind(":tx", transactionId)
             .bind(":name", item.name)
             .bind(":amount", item.amount)
             .bind(":cents", qint64(std::llround(item.amount * 100)))
             .bind(":order", order++)
-            .bind(":now", now)
+            .bind(":now", m_clock->nowSecs())
             .run();
     }
-    return id;
+}
+
+void FinanceLedgerService::updateIn(
+    db::Connection& connection, qint64 householdId, qint64 id, const NewTransaction& line)
+{
+    double oldAmount = 0;
+    {
+        auto query = connection.prepare(
+            "SELECT amount FROM finance_transactions WHERE id = :id AND household_id = :household");
+        query.bind(":id", id).bind(":household", householdId);
+        if (!query.step())
+            throw ApiError::notFound(kNoTransaction);
+        oldAmount = query.real(0);
+    }
+    auto update = connection.prepare(
+        "UPDATE finance_transactions SET date = :date, amount = :amount, amount_aud = :aud, currency = :currency, "
+        "fx_rate = :fx, category = :category, spender = :spender, description = :description, "
+        "direction = :direction, note = COALESCE(:note, note), account_name = COALESCE(:account, account_name) "
+        "WHERE id = :id AND household_id = :household");
+    update.bind(":date", LocalClock::dayText(line.date))
+        .bind(":amount", line.amount)
+        .bind(":currency", line.currency)
+        .bind(":category", line.category)
+        .bind(":spender", line.spender)
+        .bind(":description", line.description)
+        .bind(":direction", line.direction)
+        .bind(":note", line.note)
+        .bind(":account", line.accountName)
+        .bind(":id", id)
+        .bind(":household", householdId);
+    // As when booking: an AUD line is its own AUD figure; another currency waits for a rate.
+    if (line.currency == QLatin1String("AUD"))
+        update.bind(":aud", line.amount).bind(":fx", 1.0);
+    else
+        update.bindNull(":aud").bindNull(":fx");
+    update.run();
+    if (!line.items.empty() || std::abs(line.amount - oldAmount) >= 0.005) {
+        connection.prepare("DELETE FROM finance_transaction_items WHERE transaction_id = :id").bind(":id", id).run();
+        insertItemsIn(connection, id, line.items);
+    }
 }
 
 wire::Transaction FinanceLedgerService::transaction(qint64 userId, qint64 id)

@@ -65,11 +65,18 @@ public:
     FinanceTotals totals(qint64 userId, QDate from, QDate to, const QString& direction, const QString& category);
 
     qint64 insertIn(db::Connection& connection, qint64 householdId, qint64 userId, const NewTransaction& line);
+    // Gives a line of the household the values of `line`, keeping who booked it, when, and from
+    // where; its note and account change only when `line` has them. Items are replaced by the
+    // line's own; a new amount without items drops the old ones, which would no longer add up.
+    // Throws ApiError 404 when the line is gone.
+    void updateIn(db::Connection& connection, qint64 householdId, qint64 id, const NewTransaction& line);
 
     // The AUD figure of an amount: the fixed one when known, else the household's fallback rates.
     static double audEquivalent(double amount, const QString& currency, std::optional<double> amountAud);
 
 private:
+    void insertItemsIn(db::Connection& connection, qint64 transactionId, const std::vector<NewTransactionItem>& items);
+
     db::Database& m_database;
     HouseholdService& m_households;
     std::shared_ptr<Clock> m_clock;

@@ -96,6 +96,26 @@ QString PendingPayloads::kindOf(const wire::AnyDict& payload)
     return found->second.stringValue().value_or(QStringLiteral("create"));
 }
 
+qint64 PendingPayloads::targetOf(const wire::AnyDict& payload)
+{
+    const auto target = number(payload, "target_id");
+    if (!target || *target < 1 || *target != std::floor(*target))
+        throw ApiError::unprocessable(QStringLiteral("修改缺少要改的记录 target_id"));
+    return qint64(*target);
+}
+
+wire::TimeEntryUpdateRequest PendingPayloads::timeChange(const wire::AnyDict& payload)
+{
+    const NewTimeEntry entry = time(payload);
+    wire::TimeEntryUpdateRequest change;
+    change.date = LocalClock::dayText(entry.date);
+    change.start_time = LocalClock::clockText(entry.startMinutes);
+    change.end_time = LocalClock::clockText(*entry.endMinutes);
+    change.activity = entry.activity;
+    change.category_id = entry.categoryId;
+    return change;
+}
+
 NewTransaction PendingPayloads::finance(const wire::AnyDict& payload, const FinanceDefaults& defaults)
 {
     NewTransaction line;

@@ -23,8 +23,12 @@ public:
 
     static NewTransaction finance(const wire::AnyDict& payload, const FinanceDefaults& defaults);
     static NewTimeEntry time(const wire::AnyDict& payload);
-    // The payload's kind of change, "create" when it says none.
+    // The payload's kind of change, "create" when it says none. An "update" payload holds the
+    // whole record as it should become, and `target_id`, the record it replaces.
     static QString kindOf(const wire::AnyDict& payload);
+    static qint64 targetOf(const wire::AnyDict& payload);
+    // A time payload as the ledger's change of an existing block.
+    static wire::TimeEntryUpdateRequest timeChange(const wire::AnyDict& payload);
 };
 
 } // namespace lumen

@@ -181,7 +181,8 @@ wire::PendingItem PendingService::commit(qint64 userId, const QString& id)
     if (item.status == kRejected)
         throw ApiError::conflict(QStringLiteral("这条已撤销，不能再确认"));
     const QString kind = PendingPayloads::kindOf(item.payload);
-    if (kind != QLatin1String("create"))
+    const bool update = kind == QLatin1String("update");
+    if (kind != QLatin1String("create") && !update)
         throw ApiError::unprocessable(QStringLiteral("暂不支持的操作：%1").arg(kind.left(20)));
 
     QString reference;
@@ -195,15 +196,27 @@ wire::PendingItem PendingService::commit(qint64 userId, const QString& id)
         }
         const LocalClock local(*m_clock, household.timezone);
         NewTransaction line = PendingPayloads::finance(item.payload, { household.currency, speaker, local.today() });
-        line.source = QStringLiteral("chat");
-        if (!line.note && item.source_text && !item.source_text->isEmpty())
-            line.note = QStringLiteral("cc:") + *item.source_text;
-        reference = QStringLiteral("finance:%1").arg(m_finance.insertIn(connection, household.id, userId, line));
+        if (update) {
+            const qint64 target = PendingPayloads::targetOf(item.payload);
+            m_finance.updateIn(connection, household.id, target, line);
+            reference = QStringLiteral("finance:%1").arg(target);
+        } else {
+            line.source = QStringLiteral("chat");
+            if (!line.note && item.source_text && !item.source_text->isEmpty())
+                line.note = QStringLiteral("cc:") + *item.source_text;
+            reference = QStringLiteral("finance:%1").arg(m_finance.insertIn(connection, household.id, userId, line));
+        }
     } else if (item.domain == QLatin1String("time")) {
-        const NewTimeEntry entry = PendingPayloads::time(item.payload);
-        if (entry.categoryId)
-            TimeLedgerService::requireCategoryIn(connection, household.id, *entry.categoryId);
-        reference = QStringLiteral("time:%1").arg(m_time.insertIn(connection, userId, entry).id);
+        if (update) {
+            const qint64 target = PendingPayloads::targetOf(item.payload);
+            m_time.updateIn(connection, userId, household.id, target, PendingPayloads::timeChange(item.payload));
+            reference = QStringLiteral("time:%1").arg(target);
+        } else {
+            const NewTimeEntry entry = PendingPayloads::time(item.payload);
+            if (entry.categoryId)
+                TimeLedgerService::requireCategoryIn(connection, household.id, *entry.categoryId);
+            reference = QStringLiteral("time:%1").arg(m_time.insertIn(connection, userId, entry).id);
+        }
     } else {
         throw ApiError::unprocessable(QStringLiteral("暂不支持确认「%1」类型的条目").arg(item.domain));
     }
@@ -235,6 +248,17 @@ wire::PendingItem PendingService::reject(qint64 userId, const QString& id)
     wire::PendingItem rejected = *itemIn(connection, userId, itemId(id));
     transaction.commit();
     return rejected;
+}
+
+std::optional<wire::PendingItem> PendingService::newestFromSession(qint64 userId, const QString& sourceSession)
+{
+    auto query = m_database.connection().prepare("SELECT " PENDING_COLUMNS " FROM pending_items "
+                                                 "WHERE user_id = :user AND source_session = :session "
+                                                 "ORDER BY id DESC LIMIT 1");
+    query.bind(":user", userId).bind(":session", sourceSession);
+    if (!query.step())
+        return std::nullopt;
+    return itemRow(query);
 }
 
 std::optional<std::pair<wire::PendingItem, qint64>> PendingService::newestPending(qint64 userId)

@@ -24,7 +24,8 @@ class TimeLedgerService;
 // is told it does not exist. Committing writes the record of its domain ("finance" into the
 // household's ledger, "time" into the user's) in the same transaction that marks it
 // committed, so an item lands once or not at all; an item that is no longer pending cannot
-// be committed, rejected or changed (409).
+// be committed, rejected or changed (409). An item of kind "update" rewrites the record it
+// names instead of adding one.
 class PendingService {
 public:
     PendingService(db::Database& database, HouseholdService& households, FinanceLedgerService& finance,
@@ -41,6 +42,8 @@ public:
 
     // The user's newest item still waiting, with when it was made.
     std::optional<std::pair<wire::PendingItem, qint64>> newestPending(qint64 userId);
+    // The newest item proposed in a chat session, whatever became of it.
+    std::optional<wire::PendingItem> newestFromSession(qint64 userId, const QString& sourceSession);
 
 private:
     db::Database& m_database;

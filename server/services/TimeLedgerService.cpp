@@ -217,11 +217,19 @@ wire::TimeEntry TimeLedgerService::addManual(qint64 userId, const wire::TimeManu
 wire::TimeConfirmResponse TimeLedgerService::update(
     qint64 userId, qint64 id, const wire::TimeEntryUpdateRequest& request)
 {
-    if (request.confirmed && *request.confirmed != 0 && *request.confirmed != 1)
-        throw ApiError::unprocessable(QStringLiteral("confirmed 只能是 0 或 1"));
     const Household household = m_households.householdOf(userId);
     db::Connection& connection = m_database.connection();
     db::Transaction transaction(connection);
+    const wire::TimeConfirmResponse response = updateIn(connection, userId, household.id, id, request);
+    transaction.commit();
+    return response;
+}
+
+wire::TimeConfirmResponse TimeLedgerService::updateIn(db::Connection& connection, qint64 userId, qint64 householdId,
+    qint64 id, const wire::TimeEntryUpdateRequest& request)
+{
+    if (request.confirmed && *request.confirmed != 0 && *request.confirmed != 1)
+        throw ApiError::unprocessable(QStringLiteral("confirmed 只能是 0 或 1"));
     const auto found = entryIn(connection, userId, id);
     if (!found)
         throw ApiError::notFound(QStringLiteral("时间记录不存在"));
@@ -239,7 +247,7 @@ wire::TimeConfirmResponse TimeLedgerService::update(
             throw ApiError::unprocessable(QStringLiteral("活动名称不能为空"));
     }
     if (request.category_id) {
-        requireCategoryIn(connection, household.id, *request.category_id);
+        requireCategoryIn(connection, householdId, *request.category_id);
         entry.category_id = request.category_id;
     }
     if (request.confirmed)
@@ -279,7 +287,6 @@ wire::TimeConfirmResponse TimeLedgerService::update(
         learned = TimeHabits::recordConfirmation(
             connection, userId, TimeHabits::appOf(entry.activity), *entry.category_id, m_clock->nowSecs());
     }
-    transaction.commit();
     return { true, learned };
 }
 

@@ -87,6 +87,9 @@ public:
     // Building blocks inside the caller's transaction.
     wire::TimeEntry insertIn(db::Connection& connection, qint64 userId, const NewTimeEntry& entry);
     std::optional<wire::TimeEntry> entryIn(db::Connection& connection, qint64 userId, qint64 id);
+    // `update` inside the caller's transaction; throws ApiError 404 when the entry is gone.
+    wire::TimeConfirmResponse updateIn(db::Connection& connection, qint64 userId, qint64 householdId, qint64 id,
+        const wire::TimeEntryUpdateRequest& request);
     // A category for an activity said without one: a learnt habit, then the household's words.
     std::optional<int> guessCategoryIn(
         db::Connection& connection, qint64 userId, qint64 householdId, const QString& activity);

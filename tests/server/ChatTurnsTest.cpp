@@ -144,7 +144,7 @@ private slots:
     {
         m_server = std::make_unique<TestServer>(TestServer::Options { 8, true, 0 });
         m_server->clock().set(QDateTime(QDate(2026, 11, 21), QTime(20, 30), QTimeZone("Australia/Melbourne")));
-        m_server->createUser(u"velmar"_s, u"pw"_s, u"Velmar"_s);
+        m_owner = m_server->createUser(u"velmar"_s, u"pw"_s, u"Velmar"_s);
         m_server->createUser(u"sefa"_s, u"pw"_s, u"Sefa"_s);
         m_http = std::make_unique<ServerHttp>(*m_server);
         m_token = m_server->issueToken(u"velmar"_s);
@@ -308,6 +308,126 @@ private slots:
         QCOMPARE(m_http->get("/pending", m_token).array().size(), 2);
     }
 
+    // "改成 60" and "删掉刚才那笔" refer to what the conversation did last; a conversation is
+    // found by its resume id, by its chat session, or by what the session proposed before.
+    void followUpsFindTheConversationsLastThing_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("same resume id") << u"resume id"_s;
+        QTest::newRow("same chat session, no resume id") << u"chat session"_s;
+        QTest::newRow("same chat session, a resume id the server never saw") << u"new resume id"_s;
+    }
+    void followUpsFindTheConversationsLastThing()
+    {
+        QFETCH(QString, how);
+        createSession(u"S1"_s);
+        const StreamedTurn booked = chat(u"今天午餐 50"_s, u"S1"_s);
+        const QString resumeId = booked.only(u"session"_s).value(u"session_id"_s).toString();
+        const QString pendingId = booked.only(u"pending_card"_s).value(u"pending_id"_s).toString();
+        auto followUp = [&](const QString& sentence) {
+            if (how == u"resume id"_s)
+                return chat(sentence, {}, resumeId);
+            return chat(sentence, u"S1"_s, how == u"new resume id"_s ? u"fresh-resume-id"_s : QString());
+        };
+
+        // A proposal still waiting is changed in place and shown again.
+        const StreamedTurn edited = followUp(u"改成 60"_s);
+        const QJsonObject card = edited.only(u"pending_card"_s);
+        QCOMPARE(card.value(u"pending_id"_s).toString(), pendingId);
+        QCOMPARE(card.value(u"payload"_s).toObject().value(u"amount"_s).toDouble(), 60.0);
+        QVERIFY2(edited.text().contains(u"A$60.00"_s), qPrintable(edited.text()));
+        const QJsonObject stored = m_http->get("/pending/" + pendingId.toStdString(), m_token).object();
+        QCOMPARE(stored.value(u"payload"_s).toObject().value(u"amount"_s).toDouble(), 60.0);
+        QCOMPARE(stored.value(u"status"_s).toString(), u"pending"_s);
+        QCOMPARE(m_http->get("/pending", m_token).array().size(), 1);
+
+        // "That one" while it waits is withdrawn, not deleted.
+        const QJsonObject withdraw = followUp(u"删掉刚才那笔"_s).only(u"proposed_delete"_s);
+        QCOMPARE(withdraw.value(u"delete_endpoint"_s).toString(), u"/pending/%1/reject"_s.arg(pendingId));
+    }
+
+    void aFollowUpWithoutItsConversationChangesNothing()
+    {
+        createSession(u"S1"_s);
+        createSession(u"S2"_s);
+        const QString pendingId
+            = chat(u"今天午餐 50"_s, u"S1"_s).only(u"pending_card"_s).value(u"pending_id"_s).toString();
+        for (const QString& elsewhere : { u"S2"_s, QString() }) {
+            const StreamedTurn turn = chat(u"改成 60"_s, elsewhere);
+            QVERIFY(turn.named(u"pending_card"_s).empty());
+            QCOMPARE(turn.text(), u"这段对话里还没有可以修改的记录。想记新的一笔，直接说就行，比如「今天午餐 60」。"_s);
+        }
+        const QJsonObject stored = m_http->get("/pending/" + pendingId.toStdString(), m_token).object();
+        QCOMPARE(stored.value(u"payload"_s).toObject().value(u"amount"_s).toDouble(), 50.0);
+    }
+
+    // Once booked, a change is a proposal of its own: the ledger moves only on its confirm.
+    void changingABookedLineIsProposedThenApplied()
+    {
+        createSession(u"S1"_s);
+        const StreamedTurn booked = chat(u"超市 牛奶 5 面包 3.5"_s, u"S1"_s);
+        commit(booked.only(u"pending_card"_s).value(u"pending_id"_s).toString());
+        const wire::Transaction before = ledger().front();
+        QCOMPARE(before.items_count, std::optional<int>(2));
+
+        const StreamedTurn change = chat(u"改成 60"_s, u"S1"_s);
+        const QJsonObject card = change.only(u"pending_card"_s);
+        const QJsonObject payload = card.value(u"payload"_s).toObject();
+        QCOMPARE(payload.value(u"_kind"_s).toString(), u"update"_s);
+        QCOMPARE(payload.value(u"target_id"_s).toInt(), before.id);
+        QCOMPARE(payload.value(u"amount"_s).toDouble(), 60.0);
+        QCOMPARE(payload.value(u"category"_s).toString(), before.category.value_or(QString()));
+        QVERIFY2(change.text().contains(u"已经入账"_s), qPrintable(change.text()));
+        QCOMPARE(ledger().front().amount, before.amount);
+
+        commit(card.value(u"pending_id"_s).toString());
+        QCOMPARE(ledger().size(), size_t(1));
+        const wire::Transaction after = ledger().front();
+        QCOMPARE(after.id, before.id);
+        QCOMPARE(after.amount, 60.0);
+        QCOMPARE(after.amount_aud, std::optional<double>(60.0));
+        QCOMPARE(after.date, before.date);
+        // The items no longer add up to the new total, so they are gone.
+        QCOMPARE(after.items_count, std::optional<int>(0));
+
+        // And "删掉刚才那笔" now means the booked line, the same one.
+        const QJsonObject remove = chat(u"删掉刚才那笔"_s, u"S1"_s).only(u"proposed_delete"_s);
+        QCOMPARE(remove.value(u"target_id"_s).toInt(), before.id);
+    }
+
+    void aChangeOfALineDeletedMeanwhileIsRefusedAndWaits()
+    {
+        createSession(u"S1"_s);
+        commit(chat(u"今天午餐 50"_s, u"S1"_s).only(u"pending_card"_s).value(u"pending_id"_s).toString());
+        const QString change = chat(u"改成 60"_s, u"S1"_s).only(u"pending_card"_s).value(u"pending_id"_s).toString();
+        const int lineId = ledger().front().id;
+        QCOMPARE(
+            m_http->post("/finance/transactions/" + std::to_string(lineId) + "/delete", "{}", m_token).status, 200);
+        const Reply refused = m_http->post("/pending/" + change.toStdString() + "/commit", "", m_token);
+        QCOMPARE(refused.status, 404);
+        QCOMPARE(refused.detail(), u"账目不存在"_s);
+        QCOMPARE(m_http->get("/pending/" + change.toStdString(), m_token).object().value(u"status"_s).toString(),
+            u"pending"_s);
+    }
+
+    void aTimeBlockIsChangedByItsClock()
+    {
+        createSession(u"S1"_s);
+        const StreamedTurn block = chat(u"上午 9 点到 11 点 coding"_s, u"S1"_s);
+        commit(block.only(u"pending_card"_s).value(u"pending_id"_s).toString());
+        const QJsonObject card = chat(u"改成上午 10 点到 12 点"_s, u"S1"_s).only(u"pending_card"_s);
+        QCOMPARE(card.value(u"domain"_s).toString(), u"time"_s);
+        const QJsonObject payload = card.value(u"payload"_s).toObject();
+        QCOMPARE(payload.value(u"start_time"_s).toString(), u"10:00"_s);
+        QCOMPARE(payload.value(u"end_time"_s).toString(), u"12:00"_s);
+        QCOMPARE(payload.value(u"activity"_s).toString(), u"coding"_s);
+        commit(card.value(u"pending_id"_s).toString());
+        const QJsonArray entries = m_http->get("/time/list?limit=5", m_token).array();
+        QCOMPARE(entries.size(), 1);
+        QCOMPARE(entries[0].toObject().value(u"start_time"_s).toString(), u"10:00"_s);
+        QCOMPARE(entries[0].toObject().value(u"duration_min"_s).toDouble(), 120.0);
+    }
+
 private:
     lumen::Backend& backend() { return m_server->server().backend(); }
 
@@ -374,11 +494,24 @@ private:
         return true;
     }
 
+    void commit(const QString& pendingId)
+    {
+        const Reply reply = m_http->post("/pending/" + pendingId.toStdString() + "/commit", "", m_token);
+        if (reply.status != 200)
+            qWarning() << "commit" << pendingId << reply.status << reply.detail();
+    }
+
+    std::vector<wire::Transaction> ledger()
+    {
+        return backend().financeLedger().list(m_owner, std::nullopt, std::nullopt);
+    }
+
     std::unique_ptr<TestServer> m_server;
     std::unique_ptr<ServerHttp> m_http;
     std::shared_ptr<FinishedTurns> m_finished;
     std::shared_ptr<GatedAgent> m_agent;
     QString m_token;
+    int m_owner = 0;
 };
 
 QTEST_GUILESS_MAIN(ChatTurnsTest)
