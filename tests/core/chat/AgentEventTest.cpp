@@ -27,13 +27,9 @@ private slots:
 
         QTest::newRow("session") << "session" << QByteArray(R"({"session_id":"s1","model":"sonnet"})")
                                  << Events { E::Session { "s1", "sonnet" } };
-        QTest::newRow("session fields of the wrong type are absent")
-            << "session" << QByteArray(R"({"session_id":5,"model":null})") << Events { E::Session {} };
         QTest::newRow("text_delta") << "text_delta" << QByteArray(R"({"text":"你好"})")
                                     << Events { E::TextDelta { "你好" } };
         QTest::newRow("text_delta without text is dropped") << "text_delta" << QByteArray("{}") << Events {};
-        QTest::newRow("text_delta with a number is dropped")
-            << "text_delta" << QByteArray(R"({"text":3})") << Events {};
         QTest::newRow("tool_call_start defaults")
             << "tool_call_start" << QByteArray("{}") << Events { E::ToolCallStart {} };
         QTest::newRow("tool_call_start input keeps integers apart")
@@ -47,13 +43,8 @@ private slots:
             << "tool_result" << QByteArray(R"({"tool_use_id":"t1"})") << Events { E::ToolResult { "t1", true, "" } };
         QTest::newRow("tool_result with a numeric ok counts it absent")
             << "tool_result" << QByteArray(R"({"ok":0})") << Events { E::ToolResult { "", true, "" } };
-        QTest::newRow("tool_result failure") << "tool_result" << QByteArray(R"({"ok":false,"preview":"no"})")
-                                             << Events { E::ToolResult { "", false, "no" } };
         QTest::newRow("pending_card with an empty payload")
             << "pending_card" << QByteArray(R"({"payload":{}})")
-            << Events { E::PendingCard { "", "finance", "create", { { "_kind", "create" } }, "" } };
-        QTest::newRow("pending_card without a payload")
-            << "pending_card" << QByteArray(R"({"payload":[1]})")
             << Events { E::PendingCard { "", "finance", "create", { { "_kind", "create" } }, "" } };
         QTest::newRow("pending_card keeps its kind")
             << "pending_card"
@@ -66,8 +57,6 @@ private slots:
         QTest::newRow("target_id 12.9 gives 12")
             << "proposed_delete" << QByteArray(R"({"target_id":12.9,"delete_endpoint":"/finance/transactions/12"})")
             << Events { E::ProposedDelete { "finance", 12, "", "/finance/transactions/12" } };
-        QTest::newRow("target_id -12.9 gives -12") << "proposed_delete" << QByteArray(R"({"target_id":-12.9})")
-                                                   << Events { E::ProposedDelete { "finance", -12, "", "" } };
         QTest::newRow("target_id as text gives 0")
             << "proposed_delete" << QByteArray(R"({"domain":"time","target_id":"12","preview":"删 午餐"})")
             << Events { E::ProposedDelete { "time", 0, "删 午餐", "" } };
@@ -91,16 +80,12 @@ private slots:
             << Events { E::TimeEffect { "stopped", "coding", "t" } };
         QTest::newRow("rate_limit truncates")
             << "rate_limit" << QByteArray(R"({"retry_after_sec":30.7})") << Events { E::RateLimited { 30 } };
-        QTest::newRow("rate_limit as text is absent")
-            << "rate_limit" << QByteArray(R"({"retry_after_sec":"30"})") << Events { E::RateLimited {} };
         QTest::newRow("error defaults") << "error" << QByteArray(R"({"code":1})")
                                         << Events { E::Error { "unknown", "未知错误" } };
         QTest::newRow("result numbers") << "result"
                                         << QByteArray(R"({"reason":"end_turn","iterations":3.9,"cost_usd":1})")
                                         << Events { E::Result { "end_turn", 3, 1.0 } };
-        QTest::newRow("result empty") << "result" << QByteArray("{}") << Events { E::Result {} };
         QTest::newRow("unknown type is dropped") << "thinking" << QByteArray(R"({"text":"x"})") << Events {};
-        QTest::newRow("empty type is dropped") << "" << QByteArray(R"({"text":"x"})") << Events {};
     }
     void parseSSEEvent()
     {
@@ -122,15 +107,6 @@ private slots:
         QCOMPARE(stopped.activityEffect()->kind, TimeActivityEffect::Kind::Stopped);
         const E::TimeEffect paused { "paused", std::nullopt, std::nullopt };
         QVERIFY(!paused.activityEffect());
-    }
-
-    void requestBodyHasSortedKeysAndLeavesOutWhatIsAbsent()
-    {
-        QCOMPARE(AgentClient::requestBody("今天午餐 50", "s1", "sonnet", { { "image/png", "QUJD" } }, "c1"),
-            QByteArray(R"({"chat_session_id":"c1","images":[{"base64":"QUJD","media_type":"image/png"}],)"
-                       R"("message":"今天午餐 50","model":"sonnet","session_id":"s1"})"));
-        QCOMPARE(AgentClient::requestBody("hi", std::nullopt, std::nullopt, {}, std::nullopt),
-            QByteArray(R"({"message":"hi"})"));
     }
 };
 

@@ -37,13 +37,11 @@ private slots:
         QTest::addColumn<double>("minutes");
         QTest::addColumn<QString>("text");
         QTest::newRow("under an hour") << 45.0 << "45m";
-        QTest::newRow("59.4 rounds down") << 59.4 << "59m";
         QTest::newRow("59.6 rounds up to the hour") << 59.6 << "1h";
         QTest::newRow("whole hours") << 120.0 << "2h";
         QTest::newRow("hours and minutes") << 90.0 << "1h30m";
         QTest::newRow("half rounds away from zero") << 89.5 << "1h30m";
         QTest::newRow("negative clamps to zero") << -3.0 << "0m";
-        QTest::newRow("zero") << 0.0 << "0m";
         QTest::newRow("more than a day") << 1501.0 << "25h1m";
     }
     void timeHMRendersMinutes()
@@ -59,17 +57,13 @@ private slots:
         QTest::addColumn<std::optional<int>>("minutes");
         QTest::newRow("ordinary") << "09:30" << std::optional<int>(570);
         QTest::newRow("single digits") << "9:5" << std::optional<int>(545);
-        QTest::newRow("midnight") << "00:00" << std::optional<int>(0);
-        QTest::newRow("last minute") << "23:59" << std::optional<int>(1439);
         QTest::newRow("24:00 is not a clock time") << "24:00" << std::optional<int>();
         QTest::newRow("minute 60") << "10:60" << std::optional<int>();
         QTest::newRow("third part ignored") << "10:15:59" << std::optional<int>(615);
         QTest::newRow("no colon") << "1015" << std::optional<int>();
-        QTest::newRow("empty hour") << ":15" << std::optional<int>();
         QTest::newRow("empty minute") << "10:" << std::optional<int>();
         QTest::newRow("sign is not a digit") << "-1:30" << std::optional<int>();
         QTest::newRow("spaces are not digits") << " 9:30" << std::optional<int>();
-        QTest::newRow("letters") << "ab:cd" << std::optional<int>();
         QTest::newRow("empty") << "" << std::optional<int>();
     }
     void parseHMReadsClockText()
@@ -96,7 +90,6 @@ private slots:
         QTest::newRow("legacy slashes, bad pieces dropped") << std::optional<QString>(
             "Code 50%/nonsense/ 20%/Mail x%/Term 10% extra") << V { { "Code", 50 }, { "Term", 10 } };
         QTest::newRow("json with nothing usable falls back to text") << std::optional<QString>(R"({"a": "b"})") << V {};
-        QTest::newRow("json array is not a breakdown") << std::optional<QString>("[1,2]") << V {};
     }
     void appBreakdownReadsTheNote()
     {
