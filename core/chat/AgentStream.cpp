@@ -5,6 +5,7 @@
 #include "session/KeychainStore.h"
 #include "session/LoadError.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -21,13 +22,13 @@ constexpr qsizetype errorBodyLimit = 200;
 const QString unauthorizedMessage = QStringLiteral("登录已过期，请重新登录");
 const QString imageErrorMessage = QStringLiteral("图片处理失败，请重试或换一张");
 
-QString lineText(QByteArray raw)
+QByteArray lineBytes(QByteArray raw)
 {
     if (raw.endsWith('\n'))
         raw.chop(1);
     if (raw.endsWith('\r'))
         raw.chop(1);
-    return QString::fromUtf8(raw);
+    return raw;
 }
 
 // The body of a refusal, its lines run together and cut at 200 characters.
@@ -35,7 +36,7 @@ QString errorBodyExcerpt(const QByteArray& body)
 {
     QString text;
     for (const QByteArray& raw : body.split('\n')) {
-        text += lineText(raw);
+        text += QString::fromUtf8(lineBytes(raw));
         if (text.size() > errorBodyLimit)
             return text.left(errorBodyLimit) + QStringLiteral("…");
     }
@@ -56,10 +57,14 @@ struct AgentStream::Channel {
     {
         if (waiters.empty())
             return;
-        QTimer::singleShot(0, [handles = std::exchange(waiters, {})] {
+        auto resumeAll = [handles = std::exchange(waiters, {})] {
             for (auto handle : handles)
                 handle.resume();
-        });
+        };
+        if (QCoreApplication* app = QCoreApplication::instance())
+            QMetaObject::invokeMethod(app, std::move(resumeAll), Qt::QueuedConnection);
+        else
+            resumeAll();
     }
 
     struct Wait {
@@ -233,7 +238,7 @@ bool AgentStream::drainLines(QNetworkReply* reply, bool bodyComplete)
     QPointer<AgentStream> self(this);
     QPointer<QNetworkReply> guard(reply);
     while (self && !m_closed && guard && (reply->canReadLine() || (bodyComplete && reply->bytesAvailable() > 0))) {
-        const QString line = lineText(reply->readLine());
+        const QByteArray line = lineBytes(reply->readLine());
         if (processLine(line) == LineOutcome::Done) {
             if (self && !m_closed) {
                 dropReply();
@@ -245,23 +250,23 @@ bool AgentStream::drainLines(QNetworkReply* reply, bool bodyComplete)
     return self && !m_closed;
 }
 
-AgentStream::LineOutcome AgentStream::processLine(const QString& line)
+AgentStream::LineOutcome AgentStream::processLine(const QByteArray& line)
 {
-    static const QString eventPrefix = QStringLiteral("event: ");
-    static const QString dataPrefix = QStringLiteral("data: ");
+    static constexpr QByteArrayView eventPrefix("event: ");
+    static constexpr QByteArrayView dataPrefix("data: ");
     if (line.startsWith(eventPrefix)) {
-        m_pendingEvent = line.mid(eventPrefix.size());
+        m_pendingEvent = QString::fromUtf8(line.mid(eventPrefix.size()));
         return LineOutcome::Continue;
     }
     if (!line.startsWith(dataPrefix))
         return LineOutcome::Continue;
-    const QString rest = line.mid(dataPrefix.size());
-    if (rest == QLatin1String("[DONE]"))
+    const QByteArray rest = line.mid(dataPrefix.size());
+    if (rest == "[DONE]")
         return LineOutcome::Done;
 
     const std::optional<QString> pending = std::exchange(m_pendingEvent, std::nullopt);
     QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(rest.toUtf8(), &parseError);
+    const QJsonDocument document = QJsonDocument::fromJson(rest, &parseError);
     if (parseError.error != QJsonParseError::NoError || !document.isObject())
         return LineOutcome::Continue;
     const QJsonObject object = document.object();

@@ -53,7 +53,7 @@ private:
     // Reads the complete lines the reply holds (and a last one without its newline when the
     // body is over). False when the stream ended on the way.
     bool drainLines(QNetworkReply* reply, bool bodyComplete);
-    LineOutcome processLine(const QString& line);
+    LineOutcome processLine(const QByteArray& line);
     void deliver(AgentEvent event);
     void fail(const QString& code, const QString& message);
     void close(bool announce = true);
