@@ -46,7 +46,11 @@ private slots:
     {
         TestServer server;
         server.seedDemo(password);
-        AgentHarness device(server.baseUrl(), ClientHarness::Options::bearerInEnvironment(server.issueToken("velmar")));
+        AgentHarness device(server.baseUrl(), {});
+        // Signed in as the app does it: the token lands in the credential store.
+        const wire::LoginRequest credentials { "velmar", password };
+        const wire::LoginResponse login = awaitTask(device.client().api().login(credentials));
+        awaitTask(device.client().keychain().storeUser(login.username, login.token, login.display_name, true));
         const std::size_t before = ledgerOf(server, "velmar").size();
 
         const Events events = say(device, "今天午餐 50");
