@@ -6,4 +6,7 @@
 Q_IMPORT_QML_PLUGIN(VelmarOS_CorePlugin)
 Q_IMPORT_QML_PLUGIN(VelmarOS_ThemePlugin)
 Q_IMPORT_QML_PLUGIN(VelmarOS_LoginPlugin)
+Q_IMPORT_QML_PLUGIN(VelmarOS_ActivityPlugin)
+Q_IMPORT_QML_PLUGIN(VelmarOS_DashboardPlugin)
+Q_IMPORT_QML_PLUGIN(VelmarOS_ChatPlugin)
 Q_IMPORT_QML_PLUGIN(VelmarOS_ShellPlugin)

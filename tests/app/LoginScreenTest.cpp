@@ -27,7 +27,7 @@ private slots:
         engine.addImportPath(QStringLiteral("qrc:/"));
         int files = 0;
         QStringList errors;
-        for (const char* module : { "Theme", "Login", "Shell" }) {
+        for (const char* module : { "Theme", "Login", "Activity", "Dashboard", "Chat", "Shell" }) {
             const QString root = QStringLiteral(":/VelmarOS/%1/").arg(QLatin1String(module));
             QFile qmldir(root + "qmldir");
             QVERIFY2(qmldir.open(QIODevice::ReadOnly), module);
@@ -69,11 +69,12 @@ private slots:
 
         QTRY_VERIFY(app.hasToken());
         QCOMPARE(app.currentUsername(), QStringLiteral("velmar"));
-        QTRY_VERIFY(screen.find("signedInView"));
+        QTRY_VERIFY(screen.find("rootView"));
         QTRY_VERIFY(screen.visibleTexts().contains("Velmar"));
-        screen.saveScreenshot("signed-in");
 
-        screen.click(screen.find("signOutButton"));
+        screen.click(screen.find("accountButton"));
+        QTRY_VERIFY(screen.find("signOutRow") && screen.find("signOutRow")->isVisible());
+        screen.click(screen.find("signOutRow"));
         QTRY_VERIFY(screen.find("loginView"));
         QVERIFY(!app.hasToken());
         QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(ScreenHarness::warnings().join('\n')));
@@ -106,7 +107,7 @@ private slots:
         AppState app(client.deps());
         awaitTask(app.login("velmar", password));
         ScreenHarness screen(&app);
-        QTRY_VERIFY(screen.find("signedInView"));
+        QTRY_VERIFY(screen.find("rootView"));
         awaitTask(client.api().request<wire::AnyCodableValue>("/auth/logout", "POST", wire::EmptyBody {}));
         awaitTask(app.assets()->refresh());
         QTRY_VERIFY(screen.find("loginView"));

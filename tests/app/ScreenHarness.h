@@ -8,6 +8,7 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
+#include <QtQuickTest/quicktest.h>
 
 #include <memory>
 
@@ -37,10 +38,15 @@ public:
         return roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
     }
 
-    // The visible-tree item of that name (items made by loaders and repeaters included).
+    // The item of that name (items made by loaders and repeaters included); a visible one
+    // wins over one that is hidden or on its way out.
     QQuickItem* find(const QString& objectName) const
     {
-        return window() ? findItem(window()->contentItem(), objectName) : nullptr;
+        if (!window())
+            return nullptr;
+        QQuickItem* hidden = nullptr;
+        QQuickItem* visible = findItem(window()->contentItem(), objectName, hidden);
+        return visible ? visible : hidden;
     }
 
     // Every visible text on screen, in tree order.
@@ -53,8 +59,19 @@ public:
 
     void click(QQuickItem* item) const
     {
+        settle();
         const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
         QTest::mouseClick(window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    }
+
+    // Clicks only once the item is on screen; a hidden one fails the test at the call.
+    bool clickVisible(const QString& objectName) const
+    {
+        QQuickItem* item = find(objectName);
+        if (!item || !item->isVisible())
+            return false;
+        click(item);
+        return true;
     }
 
     // Types ASCII text into whatever has the keyboard focus.
@@ -64,14 +81,26 @@ public:
             QTest::keyClick(window(), c.toLatin1());
     }
 
+    // Writes the window as it is drawn, once it is on screen and laid out.
     void saveScreenshot(const QString& name) const
     {
+        settle();
         const QString folder = QStringLiteral(QT_TESTCASE_BUILDDIR) + QStringLiteral("/screenshots");
         QDir().mkpath(folder);
         window()->grabWindow().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
     }
 
     static const QStringList& warnings() { return s_warnings; }
+
+    // On screen, every pending layout done and every sheet through its opening animation:
+    // what is drawn now is what the user sees.
+    void settle() const
+    {
+        if (!QTest::qWaitForWindowExposed(window()) || !QQuickTest::qWaitForPolish(window()))
+            qWarning("the window never settled");
+        if (!QTest::qWaitFor([this] { return !popupOpening(window()->contentItem()); }))
+            qWarning("a sheet never finished opening");
+    }
 
 private:
     static void collect(QtMsgType type, const QMessageLogContext&, const QString& message)
@@ -80,17 +109,35 @@ private:
             s_warnings << message;
     }
 
-    static QQuickItem* findItem(QQuickItem* item, const QString& objectName)
+    static QQuickItem* findItem(QQuickItem* item, const QString& objectName, QQuickItem*& hidden)
     {
         if (!item)
             return nullptr;
-        if (item->objectName() == objectName)
-            return item;
+        if (item->objectName() == objectName) {
+            if (item->isVisible())
+                return item;
+            if (!hidden)
+                hidden = item;
+        }
         for (QQuickItem* child : item->childItems()) {
-            if (QQuickItem* found = findItem(child, objectName))
+            if (QQuickItem* found = findItem(child, objectName, hidden))
                 return found;
         }
         return nullptr;
+    }
+
+    static bool popupOpening(QQuickItem* item)
+    {
+        if (!item || !item->isVisible())
+            return false;
+        if (item->inherits("QQuickPopupItem") && item->opacity() > 0.0
+            && (item->opacity() < 1.0 || item->scale() < 1.0))
+            return true;
+        for (QQuickItem* child : item->childItems()) {
+            if (popupOpening(child))
+                return true;
+        }
+        return false;
     }
 
     static void collectTexts(QQuickItem* item, QStringList& out)

@@ -3,7 +3,8 @@ import VelmarOS.Theme
 import VelmarOS.Login
 import VelmarOS.Core
 
-// The login screen while no token is believed to exist, the signed-in screens otherwise.
+// The login screen while no token is believed to exist, the shell otherwise. The shell is
+// built anew each time the token flips, so a sign-out starts the next session at home.
 Item {
     id: content
     required property AppState appState
@@ -21,6 +22,6 @@ Item {
 
     Component {
         id: signedIn
-        SignedInView { appState: content.appState }
+        VelmarOSRootView { appState: content.appState }
     }
 }

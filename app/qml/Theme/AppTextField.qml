@@ -15,6 +15,7 @@ Column {
 
     Text {
         id: caption
+        visible: text.length > 0
         font.family: Theme.fontFamily
         font.pixelSize: Theme.fontCaption
         font.weight: Font.Medium

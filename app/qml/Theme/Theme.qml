@@ -23,6 +23,21 @@ QtObject {
     readonly property color warningSoft: "#FFF4E0"
     readonly property color success: "#1F8A4C"
     readonly property color focusRing: "#7FA0FF"
+    readonly property color successSoft: "#E6F4EC"
+    readonly property color income: "#1F8A4C"
+    readonly property color gray400: "#A1A1AA"
+    readonly property color gray500: "#71717A"
+
+    // The sidebar and the strip above everything sit a shade off the content.
+    readonly property color sidebar: "#EFEFF3"
+    readonly property color sidebarHover: "#E4E4EA"
+    readonly property color sidebarSelected: "#FFFFFF"
+    readonly property color hover: "#F4F4F7"
+    readonly property color pressed: "#EAEAEF"
+    readonly property color scrim: "#52000000"
+
+    // Monochrome glyphs come from this face; emoji from the colour emoji face.
+    readonly property string symbolFamily: "DejaVu Sans"
 
     readonly property int space1: 4
     readonly property int space2: 8
@@ -36,11 +51,29 @@ QtObject {
     readonly property int radius: 10
     readonly property int radiusLarge: 14
 
+    readonly property int fontMicro: 10
     readonly property int fontCaption: 11
     readonly property int fontBody: 13
     readonly property int fontBodyLarge: 15
+    readonly property int fontHeadline: 17
     readonly property int fontTitle: 20
     readonly property int fontDisplay: 28
 
     readonly property int controlHeight: 34
+    readonly property int rowHeight: 32
+    readonly property int sidebarWidth: 212
+    readonly property int rightPaneWidth: 320
+    readonly property int headerHeight: 52
+    readonly property int activityBarHeight: 34
+
+    // The colour of a tone name used by status lines.
+    function toneColor(tone) {
+        switch (tone) {
+        case "warning": return warning
+        case "income": return income
+        case "gray500": return gray500
+        case "danger": return danger
+        default: return gray400
+        }
+    }
 }
