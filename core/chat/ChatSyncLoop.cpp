@@ -8,6 +8,17 @@ ChatSyncLoop::ChatSyncLoop(SessionsStore* sessions, Sleep sleep, QObject* parent
     , m_sessions(sessions)
     , m_sleep(std::move(sleep))
 {
+    m_pause.setSingleShot(true);
+    connect(&m_pause, &QTimer::timeout, this, &ChatSyncLoop::endPause);
+}
+
+ChatSyncLoop::~ChatSyncLoop()
+{
+    // A loop waiting in its pause wakes, finds itself stopped and ends: no frame is left.
+    m_running = false;
+    ++m_generation;
+    m_pause.stop();
+    endPause();
 }
 
 void ChatSyncLoop::start()
@@ -25,7 +36,9 @@ void ChatSyncLoop::stop()
         return;
     m_running = false;
     ++m_generation;
+    m_pause.stop();
     emit runningChanged();
+    endPause();
 }
 
 QCoro::Task<void> ChatSyncLoop::boot()
@@ -78,13 +91,34 @@ QCoro::Task<void> ChatSyncLoop::run(QPointer<ChatSyncLoop> self, quint64 generat
         co_return;
     co_await self->boot();
     while (self && self->isCurrent(generation)) {
+        co_await pause(self);
+        if (!self || !self->isCurrent(generation))
+            co_return;
+        co_await self->tick();
+    }
+}
+
+QCoro::Task<void> ChatSyncLoop::pause(QPointer<ChatSyncLoop> self)
+{
+    if (self->m_sleep) {
         const Sleep sleep = self->m_sleep;
         try {
             co_await sleep(interval);
         } catch (...) {
         }
-        if (!self || !self->isCurrent(generation))
-            co_return;
-        co_await self->tick();
+        co_return;
     }
+    co_await PauseAwaiter { self.data() };
+}
+
+void ChatSyncLoop::PauseAwaiter::await_suspend(std::coroutine_handle<> handle)
+{
+    loop->m_pauseWaiter = handle;
+    loop->m_pause.start(interval);
+}
+
+void ChatSyncLoop::endPause()
+{
+    if (auto waiter = std::exchange(m_pauseWaiter, {}))
+        waiter.resume();
 }

@@ -4,11 +4,13 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
 #include <qcoro/qcorotask.h>
 
 #include <chrono>
+#include <coroutine>
 #include <functional>
 
 class SessionsStore;
@@ -16,8 +18,9 @@ class VelmarOSChatStore;
 
 // The chat's rhythm once it boots: wire the chat stores, take the server's session list and
 // the cards waiting, then every 8 seconds merge the open conversation, the cards and the
-// session list, so another machine's words show up here. The desktop shell starts it; the
-// pause comes through `Sleep`, so tests tick it by hand.
+// session list, so another machine's words show up here. The desktop shell starts it. The
+// pause is a timer of its own that stop() cuts short, or an injected `Sleep` (tests tick it
+// by hand).
 class ChatSyncLoop : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -29,7 +32,8 @@ public:
     using Sleep = LumenAPIClient::Sleep;
     static constexpr std::chrono::milliseconds interval { 8000 };
 
-    ChatSyncLoop(SessionsStore* sessions, Sleep sleep = LumenAPIClient::defaultSleep(), QObject* parent = nullptr);
+    ChatSyncLoop(SessionsStore* sessions, Sleep sleep = {}, QObject* parent = nullptr);
+    ~ChatSyncLoop() override;
 
     // Set before start: what every chat store gets wired with (time effects, sign-out ...).
     std::function<void(VelmarOSChatStore*)> storeConfigurator;
@@ -51,11 +55,24 @@ signals:
     void ticked();
 
 private:
+    // The built-in pause: the waiting coroutine is resumed by the timer, by stop() or by
+    // the destructor, never left suspended.
+    struct PauseAwaiter {
+        ChatSyncLoop* loop;
+        bool await_ready() const noexcept { return false; }
+        void await_suspend(std::coroutine_handle<> handle);
+        void await_resume() const noexcept { }
+    };
+    void endPause();
+
     static QCoro::Task<void> run(QPointer<ChatSyncLoop> self, quint64 generation);
+    static QCoro::Task<void> pause(QPointer<ChatSyncLoop> self);
     bool isCurrent(quint64 generation) const { return m_running && m_generation == generation; }
 
     QPointer<SessionsStore> m_sessions;
     Sleep m_sleep;
+    QTimer m_pause;
+    std::coroutine_handle<> m_pauseWaiter;
     bool m_running = false;
     quint64 m_generation = 0;
     int m_ticks = 0;

@@ -132,7 +132,7 @@ ChatSession SessionsStore::activeSession() const
     return fallback;
 }
 
-VelmarOSChatStore* SessionsStore::store(const QString& id)
+VelmarOSChatStore* SessionsStore::store(QString id)
 {
     VelmarOSChatStore* chat = m_storeCache.value(id);
     if (!chat) {
@@ -171,7 +171,7 @@ void SessionsStore::resetActiveToNewSession()
     deleteSession(previous);
 }
 
-void SessionsStore::deleteSession(const QString& id)
+void SessionsStore::deleteSession(QString id)
 {
     purgeLocalSession(id);
     std::vector<ChatSession> sessions = m_sessions;
@@ -195,12 +195,12 @@ void SessionsStore::deleteSession(const QString& id)
     publish(std::move(sessions), active);
 }
 
-void SessionsStore::switchTo(const QString& id)
+void SessionsStore::switchTo(QString id)
 {
     publish(m_sessions, id);
 }
 
-void SessionsStore::rename(const QString& id, const QString& title)
+void SessionsStore::rename(QString id, QString title)
 {
     std::vector<ChatSession> sessions = m_sessions;
     for (ChatSession& session : sessions) {
@@ -213,7 +213,7 @@ void SessionsStore::rename(const QString& id, const QString& title)
     patchInBackground(id, std::move(patch));
 }
 
-void SessionsStore::archive(const QString& id, bool archived)
+void SessionsStore::archive(QString id, bool archived)
 {
     std::vector<ChatSession> sessions = m_sessions;
     for (ChatSession& session : sessions) {
@@ -226,7 +226,7 @@ void SessionsStore::archive(const QString& id, bool archived)
     patchInBackground(id, std::move(patch));
 }
 
-void SessionsStore::togglePin(const QString& id)
+void SessionsStore::togglePin(QString id)
 {
     std::vector<ChatSession> sessions = m_sessions;
     std::optional<bool> pinned;
@@ -244,7 +244,7 @@ void SessionsStore::togglePin(const QString& id)
     patchInBackground(id, std::move(patch));
 }
 
-void SessionsStore::setModel(const ChatModel& model, const QString& id)
+void SessionsStore::setModel(ChatModel model, QString id)
 {
     std::vector<ChatSession> sessions = m_sessions;
     for (ChatSession& session : sessions) {
@@ -257,7 +257,7 @@ void SessionsStore::setModel(const ChatModel& model, const QString& id)
     patchInBackground(id, std::move(patch));
 }
 
-void SessionsStore::noteUserMessage(const QString& text, const QString& id)
+void SessionsStore::noteUserMessage(QString text, QString id)
 {
     std::vector<ChatSession> sessions = m_sessions;
     std::optional<QString> derived;

@@ -64,19 +64,20 @@ public:
     std::vector<ChatSession> archivedSessions() const;
     ChatSession activeSession() const;
     VelmarOSChatStore* activeStore() { return store(m_activeSessionId); }
-    VelmarOSChatStore* store(const QString& id);
+    VelmarOSChatStore* store(QString id);
 
     // ---- operations; each saves the list and tells the server in the background ----
     QString create(ChatModel model);
     void resetActiveToNewSession();
-    void deleteSession(const QString& id);
-    void switchTo(const QString& id);
-    void rename(const QString& id, const QString& title);
-    void archive(const QString& id, bool archived);
-    void togglePin(const QString& id);
-    void setModel(const ChatModel& model, const QString& id);
+    // Ids by value: a caller may hand in a reference into the list these change.
+    void deleteSession(QString id);
+    void switchTo(QString id);
+    void rename(QString id, QString title);
+    void archive(QString id, bool archived);
+    void togglePin(QString id);
+    void setModel(ChatModel model, QString id);
     // The session was just spoken in: it moves up, and an untitled one takes its name.
-    void noteUserMessage(const QString& text, const QString& id);
+    void noteUserMessage(QString text, QString id);
 
     // Merges the server's list and migrates what it never held. Never throws; a failure
     // leaves the local list as it is.

@@ -129,14 +129,15 @@ public:
     static QString shortClock(const std::optional<QString>& timestamp);
 
     // ---- confirmations (VelmarOSChatStorePending.cpp) ----
-    void confirm(const QString& pendingId);
-    void reject(const QString& pendingId);
+    // Ids and items by value: a caller may hand in a reference into this store's own events.
+    void confirm(QString pendingId);
+    void reject(QString pendingId);
     // The cards waiting, from the server; the ones being confirmed right now stay away.
     QCoro::Task<void> refreshAggregated();
     // An item saved by the edit sheet replaces its card and its entry in the list.
-    void applyEditedPending(const wire::PendingItem& item);
-    void confirmProposedDelete(const QUuid& eventId);
-    void cancelProposedDelete(const QUuid& eventId);
+    void applyEditedPending(wire::PendingItem item);
+    void confirmProposedDelete(QUuid eventId);
+    void cancelProposedDelete(QUuid eventId);
     // The oldest card still waiting, where the screen jumps on jumpToPendingTick.
     std::optional<QUuid> firstPendingEventID() const;
     // The line shown after a confirm: "✓ 已记 餐饮 A$50.00" ...

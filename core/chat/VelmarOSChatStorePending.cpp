@@ -152,7 +152,7 @@ QString VelmarOSChatStore::firstPendingEventIDText() const
 
 // ---- confirm and reject ----
 
-void VelmarOSChatStore::confirm(const QString& pendingId)
+void VelmarOSChatStore::confirm(QString pendingId)
 {
     std::optional<wire::PendingItem> item;
     for (const wire::PendingItem& candidate : m_aggregatedPending) {
@@ -231,7 +231,7 @@ QCoro::Task<void> VelmarOSChatStore::finishConfirm(QPointer<VelmarOSChatStore> s
     self->persistEvent(QStringLiteral("assistant_text"), { { QStringLiteral("text"), line } }, true);
 }
 
-void VelmarOSChatStore::reject(const QString& pendingId)
+void VelmarOSChatStore::reject(QString pendingId)
 {
     std::optional<wire::PendingItem> item;
     for (const wire::PendingItem& candidate : m_aggregatedPending) {
@@ -344,7 +344,7 @@ QCoro::Task<void> VelmarOSChatStore::refreshAggregatedDetached(QPointer<VelmarOS
     }
 }
 
-void VelmarOSChatStore::applyEditedPending(const wire::PendingItem& item)
+void VelmarOSChatStore::applyEditedPending(wire::PendingItem item)
 {
     updatePendingInPlace(item);
     std::vector<wire::PendingItem> pending = m_aggregatedPending;
@@ -357,7 +357,7 @@ void VelmarOSChatStore::applyEditedPending(const wire::PendingItem& item)
 
 // ---- deletes the agent proposed ----
 
-void VelmarOSChatStore::confirmProposedDelete(const QUuid& eventId)
+void VelmarOSChatStore::confirmProposedDelete(QUuid eventId)
 {
     ChatEvent* event = eventWithId(eventId);
     auto* proposal = event ? event->as<ChatEvent::ProposedDelete>() : nullptr;
@@ -400,7 +400,7 @@ QCoro::Task<void> VelmarOSChatStore::finishProposedDelete(QPointer<VelmarOSChatS
         self->bumpTimeActivity();
 }
 
-void VelmarOSChatStore::cancelProposedDelete(const QUuid& eventId)
+void VelmarOSChatStore::cancelProposedDelete(QUuid eventId)
 {
     ChatEvent* event = eventWithId(eventId);
     auto* proposal = event ? event->as<ChatEvent::ProposedDelete>() : nullptr;

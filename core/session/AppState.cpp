@@ -31,7 +31,7 @@ AppState::AppState(AppStateDeps deps, QObject* parent)
     m_conversation = new ConversationStore(context, m_deps.relay, this);
     m_settings = m_deps.settings ? m_deps.settings : new QSettings(this);
     m_chatSessions = new SessionsStore(ChatStoreContext { context, m_deps.agent, m_settings, m_timeCache }, this);
-    m_chatSync = new ChatSyncLoop(m_chatSessions, LumenAPIClient::defaultSleep(), this);
+    m_chatSync = new ChatSyncLoop(m_chatSessions, {}, this);
 
     QPointer<AppState> weakSelf(this);
     const auto onAuthFailure = [weakSelf] {
