@@ -33,8 +33,17 @@ private slots:
         QVERIFY(settle(*chat));
         QVERIFY(app.time()->isRunning());
         QCOMPARE(app.time()->current()->activity, std::optional<QString>("coding"));
+        const QString clock = VelmarOSChatStore::shortClock(app.time()->current()->start_time);
+        QVERIFY2(transcript(*chat).contains("agent: ▶️ 开始 coding · " + clock),
+            qPrintable(transcript(*chat).join(" | ")));
+        QCOMPARE(chat->timeActivityChanged(), 1);
+        // A stop is shown, and the ledger reloads in full.
         chat->submit("结束");
         QVERIFY(settle(*chat));
+        const QStringList said = transcript(*chat);
+        QVERIFY(std::any_of(
+            said.begin(), said.end(), [](const QString& line) { return line.startsWith("agent: ⏹ 结束"); }));
+        QCOMPARE(chat->timeActivityChanged(), 2);
         QTRY_VERIFY(!app.time()->isRunning());
 
         // A store made later is wired the same way; its 401 signs the user out.

@@ -122,20 +122,6 @@ private slots:
         QCOMPARE(store.financeActivityChanged(), 0);
     }
 
-    void cardSettledOnAnotherMachineShowsHow()
-    {
-        TestServer server;
-        server.seedDemo(chatPassword);
-        ChatDevice device(server, "velmar");
-        ChatDevice otherMachine(server, "velmar");
-        VelmarOSChatStore store(device.context(), "S1");
-        const QString id = cardFor(store, "今天午餐 50");
-        awaitTask(otherMachine.api().commitPending(id));
-        awaitTask(store.refreshAggregated());
-        QVERIFY(store.aggregatedPending().empty());
-        QCOMPARE(transcript(store).last(), QStringLiteral("card: finance committed"));
-    }
-
     void listReadBeforeACommitCannotBringTheCardBack()
     {
         TestServer server;
@@ -234,30 +220,6 @@ private slots:
         QCOMPARE(transcript(reopened),
             (QStringList { "user: 今天午餐 50", "card: finance committed", "agent: ✓ 已记 餐饮 A$50.00" }));
         QVERIFY(reopened.aggregatedPending().empty());
-    }
-
-    void editedCardReplacesItsCopies()
-    {
-        TestServer server;
-        server.seedDemo(chatPassword);
-        ChatDevice device(server, "velmar");
-        VelmarOSChatStore store(device.context(), "S1");
-        const QString id = cardFor(store, "咖啡 30");
-        wire::AnyDict payload = eventsOf<ChatEvent::PendingEmitted>(store).back()->item.payload;
-        payload["amount"] = 35;
-        const wire::PendingItem saved = awaitTask(device.api().updatePending(id, payload));
-        store.applyEditedPending(saved);
-        QCOMPARE(store.aggregatedPending(), std::vector<wire::PendingItem> { saved });
-        QCOMPARE(eventsOf<ChatEvent::PendingEmitted>(store).back()->item, saved);
-
-        // A store whose list does not hold it changes its list not at all.
-        VelmarOSChatStore other(device.context(), "S2");
-        other.applyEditedPending(saved);
-        QVERIFY(other.aggregatedPending().empty());
-
-        store.confirm(id);
-        QCOMPARE(transcript(store).last(), QStringLiteral("agent: ✓ 已记 餐饮 A$35.00"));
-        QTRY_VERIFY(store.inFlightTerminal().isEmpty());
     }
 };
 

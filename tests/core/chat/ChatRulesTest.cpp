@@ -28,24 +28,15 @@ private slots:
     {
         QTest::addColumn<wire::PendingItem>("pending");
         QTest::addColumn<QString>("line");
-        QTest::newRow("finance, household currency")
-            << item("finance", { { "amount", 50 }, { "category", "餐饮" }, { "currency", "AUD" } })
-            << "✓ 已记 餐饮 A$50.00";
         QTest::newRow("finance, yuan by default, with account")
             << item("finance", { { "amount", 30 }, { "category", "餐饮" }, { "account", "现金" } })
             << "✓ 已记 餐饮 ¥30.00 · 现金";
         QTest::newRow("finance, thousands and an unknown code")
             << item("finance", { { "amount", 1234.5 }, { "currency", "JPY" } }) << "✓ 已记 JPY 1,234.50";
-        QTest::newRow("finance, dollars")
-            << item("finance", { { "amount", 9.999 }, { "currency", "USD" } }) << "✓ 已记 $10.00";
         QTest::newRow("finance, amount as text") << item("finance", { { "amount", "50" } }) << "✓ 已记";
-        QTest::newRow("finance, no amount") << item("finance", { { "category", "餐饮" } }) << "✓ 已记";
-        QTest::newRow("time, minutes") << item("time", { { "duration_min", 45 }, { "activity", "coding" } })
-                                       << "✓ 已记 coding · 45m";
         QTest::newRow("time, hours and minutes")
             << item("time", { { "duration_min", 90.0 }, { "activity", "跑步" } }) << "✓ 已记 跑步 · 1h30m";
         QTest::newRow("time, whole hours") << item("time", { { "duration_min", 120 } }) << "✓ 已记  · 2h";
-        QTest::newRow("time, no duration") << item("time", { { "activity", "coding" } }) << "✓ 已记";
         QTest::newRow("other domain") << item("transfer", { { "amount", 50 } }) << "✓ 已记";
     }
 
@@ -60,13 +51,9 @@ private slots:
     {
         QTest::addColumn<QString>("preview");
         QTest::addColumn<double>("cost"); // negative: none
-        QTest::newRow("plain") << "done, cost $0.42" << 0.42;
         QTest::newRow("zero first, then the real one") << "spent $0.00 then $1.25" << 1.25;
         QTest::newRow("dot alone") << "$." << -1.0;
-        QTest::newRow("leading dot") << "about $.5 each" << 0.5;
-        QTest::newRow("second dot ends the run") << "$1.2.3" << 1.2;
         QTest::newRow("dollar without digits") << "US$ and $ x" << -1.0;
-        QTest::newRow("none") << "no money here" << -1.0;
     }
 
     void costFromPreview()
@@ -88,13 +75,9 @@ private slots:
         QTest::addColumn<QString>("clock");
         const QDateTime instant(QDate(2026, 11, 21), QTime(9, 5), Qt::UTC);
         const QString local = instant.toLocalTime().toString("HH:mm");
-        QTest::newRow("utc instant") << "2026-11-21T09:05:00Z" << local;
-        QTest::newRow("with milliseconds") << "2026-11-21T09:05:00.250Z" << local;
         QTest::newRow("offset") << "2026-11-21T20:05:00+11:00" << local;
         QTest::newRow("not a time") << "yesterday around nine or so"
                                     << "yesterday around";
-        QTest::newRow("empty") << ""
-                               << "";
     }
 
     void shortClock()
@@ -113,10 +96,6 @@ private slots:
                                << "claude-haiku-4-5";
         QTest::newRow("sonnet is the default") << "sonnet"
                                                << "-";
-        QTest::newRow("opus") << "opus"
-                              << "claude-opus-4-8";
-        QTest::newRow("none") << "-"
-                              << "-";
         QTest::newRow("any other id goes as it is") << "local-llm"
                                                     << "local-llm";
     }
@@ -138,8 +117,6 @@ private slots:
                                            << "买 咖啡";
         QTest::newRow("first 24 characters") << "一二三四五六七八九十一二三四五六七八九十一二三四五六"
                                              << "一二三四五六七八九十一二三四五六七八九十一二三四";
-        QTest::newRow("empty") << " \n "
-                               << "";
     }
 
     void titleFromFirstSentence()
