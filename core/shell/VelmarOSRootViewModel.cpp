@@ -1,5 +1,7 @@
 #include "VelmarOSRootViewModel.h"
 
+#include "chat/SessionsStore.h"
+#include "chat/VelmarOSChatStore.h"
 #include "relay/MintbridgeTokenSetup.h"
 #include "session/AppState.h"
 #include "time/TimeStore.h"
@@ -34,6 +36,8 @@ void VelmarOSRootViewModel::setAppState(AppState* appState)
         m_navConnection
             = connect(m_appState, &AppState::navIntentChanged, this, &VelmarOSRootViewModel::answerNavIntent);
         m_tokenSetup = new MintbridgeTokenSetup(m_appState->deps().relay, this);
+        // The chat boots with the shell: stores wired, the 8-second sync running.
+        m_appState->bootChatAgent();
     }
     emit appStateChanged();
     // A request made before the shell was there still moves it.
@@ -185,15 +189,40 @@ void VelmarOSRootViewModel::sceneBecameActive()
     }(this);
 }
 
+namespace {
+
+// The five refreshes in their order: each later one reads what the earlier one brought.
+QCoro::Task<void> runReturnRefreshes(QPointer<AppState> appState)
+{
+    if (!appState)
+        co_return;
+    QPointer<SessionsStore> sessions = appState->chatSessions();
+    co_await sessions->refreshFromServer();
+    if (!appState || !sessions)
+        co_return;
+    QPointer<VelmarOSChatStore> chat = sessions->activeStore();
+    co_await chat->syncMessagesIfChanged();
+    if (!appState || !chat)
+        co_return;
+    co_await chat->refreshAggregated();
+    if (!appState)
+        co_return;
+    // The finance ledger's refresh joins here once that organ is in.
+    co_await appState->time()->refresh();
+}
+
+} // namespace
+
 QCoro::Task<void> VelmarOSRootViewModel::refreshOnReturn()
 {
     if (m_isRefreshingOnReturn || !m_appState)
         co_return;
     QPointer<VelmarOSRootViewModel> self(this);
-    QPointer<AppState> appState = m_appState;
     setRefreshingOnReturn(true);
-    // One step after the other: each later step reads what the earlier one brought.
-    co_await appState->time()->refresh();
+    try {
+        co_await runReturnRefreshes(m_appState);
+    } catch (...) {
+    }
     if (!self)
         co_return;
     setRefreshingOnReturn(false);

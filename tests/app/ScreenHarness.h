@@ -74,6 +74,13 @@ public:
         return true;
     }
 
+    // Types any text (Chinese included) into whatever has the keyboard focus.
+    void typeText(const QString& text) const
+    {
+        for (const QChar c : text)
+            QTest::sendKeyEvent(QTest::Click, window(), Qt::Key_unknown, QString(c), Qt::NoModifier);
+    }
+
     // Types ASCII text into whatever has the keyboard focus.
     void type(const QString& text) const
     {
@@ -145,7 +152,8 @@ private:
         if (!item || !item->isVisible())
             return;
         const QVariant text = item->property("text");
-        if (item->inherits("QQuickText") && text.isValid() && !text.toString().isEmpty())
+        if ((item->inherits("QQuickText") || item->inherits("QQuickTextEdit")) && text.isValid()
+            && !text.toString().isEmpty())
             out << text.toString();
         for (QQuickItem* child : item->childItems())
             collectTexts(child, out);

@@ -1,8 +1,11 @@
 #include "AwaitTask.h"
+#include "ChatScreenHarness.h"
 #include "ClientHarness.h"
 #include "ScreenHarness.h"
 #include "TestServer.h"
 
+#include "chat/SessionsStore.h"
+#include "chat/VelmarOSChatStore.h"
 #include "time/TimeCaptureHealth.h"
 
 #include <QDir>
@@ -39,6 +42,34 @@ private slots:
         ScreenHarness screen(&app);
         QTRY_VERIFY(shown(screen, "loginView"));
         screen.saveScreenshot("01-login");
+        QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(ScreenHarness::warnings().join('\n')));
+    }
+
+    void conversationWithACard()
+    {
+        TestServer server;
+        server.seedDemo(password);
+        ChatDevice device(server);
+        device.show("velmar", password);
+        const ScreenHarness& screen = *device.screen;
+        QTRY_VERIFY(shown(screen, "sidebarRow-conversation-conversation"));
+        QVERIFY(screen.clickVisible("sidebarRow-conversation-conversation"));
+        QTRY_VERIFY(shown(screen, "composerInput"));
+        VelmarOSChatStore* chat = device.app->chatSessions()->activeStore();
+        for (const char* sentence : { "上午 9 点到 11 点 coding", "今天午餐 50" }) {
+            screen.find("composerInput")->forceActiveFocus();
+            screen.typeText(QString::fromUtf8(sentence));
+            QTest::keyClick(screen.window(), Qt::Key_Return);
+            QTRY_VERIFY(!chat->agentLoopActive() && chat->queuedCount() == 0);
+        }
+        QTRY_VERIFY(shown(screen, "pendingCard"));
+        // The first card confirmed, the second still waiting.
+        const QString first = chat->events()[1].toVariantMap().value("item").toMap().value("id").toString();
+        chat->confirm(first);
+        QTRY_VERIFY(chat->inFlightTerminal().isEmpty());
+        screen.find("composerInput")->forceActiveFocus();
+        screen.typeText(QStringLiteral("晚上去超市"));
+        screen.saveScreenshot("03-conversation");
         QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(ScreenHarness::warnings().join('\n')));
     }
 

@@ -31,9 +31,9 @@ Item {
         ColumnLayout {
             width: Math.min(scroll.availableWidth, 720)
             x: (scroll.availableWidth - width) / 2
-            spacing: Theme.space5
+            spacing: Theme.space4
 
-            Item { Layout.preferredHeight: Theme.space4 }
+            Item { Layout.preferredHeight: Theme.space2 }
 
             ColumnLayout {
                 Layout.fillWidth: true

@@ -10,7 +10,7 @@ AbstractButton {
     property string title: ""
     property string subtitle: ""
 
-    implicitHeight: 84
+    implicitHeight: 76
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
     Accessible.name: title

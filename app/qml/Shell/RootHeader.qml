@@ -47,13 +47,15 @@ Rectangle {
         IconButton {
             objectName: "clearChatButton"
             visible: header.canClearChat
-            symbol: "trash"
+            symbol: "eraser"
             helpText: "清空对话 → 空白新会话（删本地 + 服务端消息，跨端不复活）"
             onClicked: header.clearChatRequested()
         }
 
-        // The right pane's two modes.
+        // The right pane's two modes; the conversation route has no right pane.
         Rectangle {
+            enabled: header.model.routeKind !== "conversation"
+            opacity: enabled ? 1 : 0.45
             implicitWidth: modes.implicitWidth + 4
             implicitHeight: 32
             radius: Theme.radiusSmall + 2

@@ -41,6 +41,9 @@ Rectangle {
         }
     }
 
+    // In the conversation route the centre is the chat; the right pane steps aside.
+    readonly property bool rightPaneShown: !shell.rightCollapsed && shell.routeKind !== "conversation"
+
     function openChatPane() {
         shell.rightPaneMode = "conversation"
         shell.rightCollapsed = false
@@ -84,6 +87,8 @@ Rectangle {
                 RootHeader {
                     Layout.fillWidth: true
                     model: shell
+                    canClearChat: true
+                    onClearChatRequested: root.appState.chatSessions.activeStore.clearHistory()
                     displayName: root.appState.hasProfile ? root.appState.currentDisplayName : ""
                     onAccountRequested: shell.showAccountSwitcher = true
                     onTokenSheetRequested: tokenSheet.open()
@@ -101,14 +106,14 @@ Rectangle {
             }
 
             Rectangle {
-                visible: !shell.rightCollapsed
+                visible: root.rightPaneShown
                 Layout.preferredWidth: 1
                 Layout.fillHeight: true
                 color: Theme.border
             }
             Rectangle {
                 objectName: "rightPane"
-                visible: !shell.rightCollapsed
+                visible: root.rightPaneShown
                 Layout.preferredWidth: Theme.rightPaneWidth
                 Layout.fillHeight: true
                 color: Theme.window
@@ -122,6 +127,12 @@ Rectangle {
         }
     }
 
+    // The home screen's chat bar speaks into the open session.
+    ConversationViewModel {
+        id: homeChat
+        appState: root.appState
+    }
+
     Component {
         id: homeComponent
         HomeView {
@@ -132,13 +143,27 @@ Rectangle {
                 else
                     shell.openOrgan(organ)
             }
+            footer: Item {
+                width: parent ? parent.width : 0
+                height: chatBar.implicitHeight + Theme.space5
+                Composer {
+                    id: chatBar
+                    objectName: "homeChatBar"
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    anchors.bottom: parent.bottom
+                    anchors.bottomMargin: Theme.space4
+                    width: Math.min(parent.width - 2 * Theme.space6, 656)
+                    chat: homeChat
+                    onSent: root.openChatPane()
+                }
+            }
         }
     }
 
     Component {
         id: conversationComponent
-        Item {
-            objectName: "conversationScreen"
+        ConversationView {
+            appState: root.appState
         }
     }
 
@@ -161,8 +186,10 @@ Rectangle {
 
     Component {
         id: rightConversationComponent
-        Item {
-            objectName: "rightConversation"
+        ChatPanel {
+            appState: root.appState
+            compact: true
+            onOpenSessionsRequested: shell.openConversation()
         }
     }
 

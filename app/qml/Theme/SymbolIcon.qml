@@ -51,6 +51,7 @@ Item {
         "bubble.left.and.bubble.right": "\u2709",
         "rectangle.3.group": "\u25A6",
         "trash": "\u2715",
+        "eraser": "\u232B",
         "pin": "\u2605",
         "pin.slash": "\u2606",
         "pencil": "\u270E",
