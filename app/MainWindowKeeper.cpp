@@ -36,6 +36,22 @@ void MainWindowKeeper::saveFrame() const
         m_settings->setValue(frameKey, m_window->geometry());
 }
 
+int MainWindowKeeper::closeDuplicateMainWindows(const QList<QWindow*>& windows)
+{
+    QList<QWindow*> main;
+    for (QWindow* window : windows) {
+        if (window->title() == windowTitle && window->isVisible() && !(window->windowStates() & Qt::WindowMinimized))
+            main << window;
+    }
+    if (main.size() < 2)
+        return 0;
+    // The active window wins; otherwise the oldest, as the list keeps creation order.
+    std::stable_sort(main.begin(), main.end(), [](QWindow* a, QWindow* b) { return a->isActive() && !b->isActive(); });
+    for (QWindow* extra : main.mid(1))
+        extra->close();
+    return int(main.size() - 1);
+}
+
 void MainWindowKeeper::bringBack()
 {
     if (!m_window)

@@ -5,6 +5,7 @@
 #include <QString>
 
 class QQuickWindow;
+class QWindow;
 class QSettings;
 
 // Keeps the one main window: restores its frame from the settings, saves it when it moves
@@ -22,6 +23,10 @@ public:
     void saveFrame() const;
     // Shows the window again, un-minimised and in front.
     Q_INVOKABLE void bringBack();
+
+    // Of the visible, not minimised windows titled "Velmar OS", keeps one (the active one,
+    // else the oldest) and closes the rest. Returns how many it closed.
+    static int closeDuplicateMainWindows(const QList<QWindow*>& windows);
 
 private:
     QPointer<QQuickWindow> m_window;

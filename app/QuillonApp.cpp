@@ -11,6 +11,7 @@
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSettings>
+#include <QTimer>
 
 #include "ImportQmlModules.h"
 
@@ -61,6 +62,10 @@ int main(int argc, char* argv[])
     QSettings settings;
     MainWindowKeeper keeper(window, &settings);
     keeper.restoreFrame();
+
+    // A window the platform restored beside ours goes once start-up has settled.
+    QTimer::singleShot(
+        1500, &keeper, [] { MainWindowKeeper::closeDuplicateMainWindows(QGuiApplication::topLevelWindows()); });
 
     QLocalServer::removeServer(instanceName());
     QLocalServer instanceServer;

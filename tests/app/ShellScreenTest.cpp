@@ -3,6 +3,8 @@
 #include "ScreenHarness.h"
 #include "TestServer.h"
 
+#include "relay/MintbridgeClient.h"
+#include "relay/RelayBearerStore.h"
 #include "time/TimeCaptureHealth.h"
 #include "time/TimeStore.h"
 
@@ -258,6 +260,43 @@ private slots:
             QVERIFY(screen.visibleTexts().contains("重启 Velmar Focus Probe"));
             QCOMPARE(screen.visibleTexts().contains("打开辅助功能设置"), issue == "辅助功能权限未生效");
         }
+        QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(warningsText()));
+    }
+
+    void relayTokenSheet()
+    {
+        TestServer server;
+        server.seedDemo(password);
+        ClientHarness client(server.baseUrl());
+        // A relay that is not running: the token is kept all the same.
+        QTemporaryDir relayHome;
+        RelayBearerStore bearers(ClientPaths::under(relayHome.filePath("data")), relayHome.path(), nullptr,
+            QStringLiteral("127.0.0.1"), RelayBearerStore::defaultAccount, [](const char*) { return QString(); });
+        MintbridgeClient relay(QUrl("http://127.0.0.1:9"), &bearers);
+        AppStateDeps deps = client.deps();
+        deps.relay = &relay;
+        AppState app(deps);
+        awaitTask(app.login("velmar", password));
+        ScreenHarness screen(&app);
+        QTRY_VERIFY(shown(screen, "moreButton"));
+        QVERIFY(screen.clickVisible("moreButton"));
+        QTRY_VERIFY(shown(screen, "tokenMenuItem"));
+        QVERIFY(screen.clickVisible("tokenMenuItem"));
+        QTRY_VERIFY(shown(screen, "tokenSaveButton"));
+        for (const char* expected :
+            { "配置 Mintbridge 中继 Token", "打开 Bitwarden app → 搜该 item → 复制 password 字段 → 回来粘贴。",
+                "粘贴新 token 会覆盖；留空保留现有。" })
+            QVERIFY2(screen.visibleTexts().contains(QString::fromUtf8(expected)), expected);
+
+        QVERIFY(screen.clickVisible("tokenSaveButton"));
+        QTRY_COMPARE(text(screen, "tokenStatus"), QStringLiteral("请先粘贴 mintbridge token。"));
+        screen.click(screen.find("tokenField")->property("input").value<QQuickItem*>());
+        screen.type("relay-token-1");
+        QTest::keyClick(screen.window(), Qt::Key_Return);
+        QTRY_COMPARE(text(screen, "tokenStatus"),
+            QStringLiteral("Token 已保存。但 mintbridge 当前不可达（Mac 可能离线），下一笔时会重试。"));
+        QCOMPARE(awaitTask(bearers.bearer()), QStringLiteral("relay-token-1"));
+        relay.networkAccessManager()->clearConnectionCache();
         QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(warningsText()));
     }
 
