@@ -247,6 +247,29 @@ private slots:
         QVERIFY(screen.clickVisible("renameSaveButton"));
         QTRY_VERIFY(shown(screen, "sessionRow-午饭"));
         QCOMPARE(screen.find("chatTitle")->property("text").toString(), QStringLiteral("午饭"));
+
+        // Clearing asks first, then empties the conversation.
+        QVERIFY(!sessions->activeStore()->events().empty());
+        QTRY_VERIFY(!shown(screen, "renameSaveButton"));
+        QVERIFY(screen.clickVisible("clearChatButton"));
+        QTRY_VERIFY(shown(screen, "confirmSheetButton"));
+        QVERIFY(screen.visibleTexts().contains("清空对话 → 空白新会话（删本地 + 服务端消息，跨端不复活）"));
+        QVERIFY(screen.clickVisible("confirmSheetButton"));
+        QTRY_VERIFY(sessions->activeStore()->events().empty());
+        QTRY_VERIFY(!shown(screen, "confirmSheetButton"));
+
+        // Deleting the archived session asks first, then it is gone. Its menu shows on hover.
+        QQuickItem* archived = screen.find("sessionRow-新会话");
+        QTest::mouseMove(screen.window(), archived->mapToScene(QPointF(20, archived->height() / 2)).toPoint());
+        QTRY_VERIFY(!all(archived, "sessionMenuButton").isEmpty());
+        screen.click(all(archived, "sessionMenuButton").first());
+        QTRY_VERIFY(shown(screen, "deleteSessionItem"));
+        QVERIFY(screen.clickVisible("deleteSessionItem"));
+        QTRY_VERIFY(shown(screen, "confirmSheetButton"));
+        QVERIFY(screen.visibleTexts().contains("删除会话「新会话」？"));
+        QVERIFY(screen.clickVisible("confirmSheetButton"));
+        QTRY_COMPARE(sessions->sessions().size(), size_t(1));
+        QTRY_VERIFY(!shown(screen, "sessionRow-新会话"));
         QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(warningsText()));
     }
 };

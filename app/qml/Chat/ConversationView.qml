@@ -19,6 +19,11 @@ Item {
             Layout.fillHeight: true
             chat: panel.chat
             onRenameRequested: function(id, title) { renameSheet.openFor(id, title) }
+            onDeleteRequested: function(id, title) {
+                deleteSheet.sessionId = id
+                deleteSheet.title = "删除会话「" + title + "」？"
+                deleteSheet.open()
+            }
         }
         Rectangle {
             Layout.preferredWidth: 1
@@ -31,6 +36,15 @@ Item {
             Layout.fillHeight: true
             appState: view.appState
         }
+    }
+
+    ConfirmSheet {
+        id: deleteSheet
+        objectName: "deleteSessionSheet"
+        property string sessionId: ""
+        message: "本机记录和服务端消息都会删除，其他设备上也会消失。"
+        confirmText: "删除"
+        onConfirmed: panel.chat.sessions.remove(sessionId)
     }
 
     RenameSessionSheet {

@@ -12,6 +12,7 @@ Rectangle {
     readonly property SessionsStore sessions: chat.sessions
     property bool showArchived: false
     signal renameRequested(string id, string title)
+    signal deleteRequested(string id, string title)
 
     objectName: "sessionList"
     color: Theme.window
@@ -60,6 +61,7 @@ Rectangle {
                         Layout.fillWidth: true
                         chat: panel.chat
                         onRenameRequested: function(id, title) { panel.renameRequested(id, title) }
+                        onDeleteRequested: function(id, title) { panel.deleteRequested(id, title) }
                     }
                 }
 
@@ -93,6 +95,7 @@ Rectangle {
                         Layout.fillWidth: true
                         chat: panel.chat
                         onRenameRequested: function(id, title) { panel.renameRequested(id, title) }
+                        onDeleteRequested: function(id, title) { panel.deleteRequested(id, title) }
                     }
                 }
             }

@@ -10,6 +10,7 @@ AbstractButton {
     required property var modelData
     required property ConversationViewModel chat
     signal renameRequested(string id, string title)
+    signal deleteRequested(string id, string title)
 
     readonly property bool active: chat.sessions && chat.sessions.activeSessionId === modelData.id
 
@@ -89,7 +90,7 @@ AbstractButton {
                 MenuItem {
                     objectName: "deleteSessionItem"
                     text: "删除"
-                    onTriggered: Qt.callLater(row.chat.sessions.remove, row.modelData.id)
+                    onTriggered: row.deleteRequested(row.modelData.id, row.chat.sessionTitle(row.modelData))
                 }
             }
         }

@@ -88,7 +88,7 @@ Rectangle {
                     Layout.fillWidth: true
                     model: shell
                     canClearChat: true
-                    onClearChatRequested: root.appState.chatSessions.activeStore.clearHistory()
+                    onClearChatRequested: clearSheet.open()
                     displayName: root.appState.hasProfile ? root.appState.currentDisplayName : ""
                     onAccountRequested: shell.showAccountSwitcher = true
                     onTokenSheetRequested: tokenSheet.open()
@@ -215,6 +215,15 @@ Rectangle {
         function onShowAccountSwitcherChanged() {
             if (shell.showAccountSwitcher) accountSheet.open(); else accountSheet.close()
         }
+    }
+
+    ConfirmSheet {
+        id: clearSheet
+        objectName: "clearChatSheet"
+        title: "清空这段对话？"
+        message: "清空对话 → 空白新会话（删本地 + 服务端消息，跨端不复活）"
+        confirmText: "清空"
+        onConfirmed: root.appState.chatSessions.activeStore.clearHistory()
     }
 
     MintbridgeTokenSheet {
