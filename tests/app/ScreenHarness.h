@@ -137,8 +137,8 @@ private:
     {
         if (!item || !item->isVisible())
             return false;
-        if (item->inherits("QQuickPopupItem") && item->opacity() > 0.0
-            && (item->opacity() < 1.0 || item->scale() < 1.0))
+        // A sheet fades and grows in, and fades out: either way it is not what the user sees.
+        if (item->inherits("QQuickPopupItem") && (item->opacity() < 1.0 || item->scale() < 1.0))
             return true;
         for (QQuickItem* child : item->childItems()) {
             if (popupOpening(child))

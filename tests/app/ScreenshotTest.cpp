@@ -70,6 +70,13 @@ private slots:
         screen.find("composerInput")->forceActiveFocus();
         screen.typeText(QStringLiteral("晚上去超市"));
         screen.saveScreenshot("03-conversation");
+
+        // The same conversation beside the home screen.
+        QVERIFY(screen.clickVisible("sidebarRow-home-home"));
+        QTRY_VERIFY(shown(screen, "conversationModeButton"));
+        QVERIFY(screen.clickVisible("conversationModeButton"));
+        QTRY_VERIFY(shown(screen, "chatPanelCompact"));
+        screen.saveScreenshot("08-home-with-chat");
         QVERIFY2(ScreenHarness::warnings().isEmpty(), qPrintable(ScreenHarness::warnings().join('\n')));
     }
 

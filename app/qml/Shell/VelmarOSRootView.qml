@@ -144,8 +144,11 @@ Rectangle {
                     shell.openOrgan(organ)
             }
             footer: Item {
+                // With the conversation open beside it, its own composer is the one to use.
+                readonly property bool chatBeside: root.rightPaneShown && shell.rightPaneMode === "conversation"
+                visible: !chatBeside
                 width: parent ? parent.width : 0
-                height: chatBar.implicitHeight + Theme.space5
+                height: chatBeside ? 0 : chatBar.implicitHeight + Theme.space5
                 Composer {
                     id: chatBar
                     objectName: "homeChatBar"
