@@ -1,5 +1,7 @@
 #include "AnyCodableValue.h"
 
+#include "JsonVariant.h"
+
 #include <QJsonDocument>
 
 namespace wire {
@@ -11,12 +13,8 @@ AnyCodableValue AnyCodableValue::fromJson(const QJsonValue& value, const QString
         return {};
     case QJsonValue::Bool:
         return AnyCodableValue(value.toBool());
-    case QJsonValue::Double: {
-        const QVariant variant = value.toVariant();
-        if (variant.typeId() == QMetaType::LongLong)
-            return AnyCodableValue(variant.toLongLong());
-        return AnyCodableValue(value.toDouble());
-    }
+    case QJsonValue::Double:
+        return detail::numberFromJson<AnyCodableValue>(value);
     case QJsonValue::String:
         return AnyCodableValue(value.toString());
     case QJsonValue::Array: {
@@ -42,28 +40,7 @@ AnyCodableValue AnyCodableValue::fromJson(const QJsonValue& value, const QString
 
 QJsonValue AnyCodableValue::toJson() const
 {
-    struct Visitor {
-        QJsonValue operator()(std::monostate) const { return QJsonValue(QJsonValue::Null); }
-        QJsonValue operator()(const QString& v) const { return v; }
-        QJsonValue operator()(qint64 v) const { return v; }
-        QJsonValue operator()(double v) const { return v; }
-        QJsonValue operator()(bool v) const { return v; }
-        QJsonValue operator()(const Array& v) const
-        {
-            QJsonArray array;
-            for (const auto& item : v)
-                array.append(item.toJson());
-            return array;
-        }
-        QJsonValue operator()(const Dict& v) const
-        {
-            QJsonObject object;
-            for (const auto& [key, item] : v)
-                object.insert(key, item.toJson());
-            return object;
-        }
-    };
-    return std::visit(Visitor {}, m_value);
+    return detail::variantToJson(m_value);
 }
 
 AnyCodableValue::Kind AnyCodableValue::kind() const
@@ -88,16 +65,12 @@ AnyCodableValue::Kind AnyCodableValue::kind() const
 
 std::optional<QString> AnyCodableValue::stringValue() const
 {
-    if (auto v = std::get_if<QString>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<QString>(m_value);
 }
 
 std::optional<qint64> AnyCodableValue::intValue() const
 {
-    if (auto v = std::get_if<qint64>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<qint64>(m_value);
 }
 
 std::optional<double> AnyCodableValue::doubleValue() const
@@ -111,9 +84,7 @@ std::optional<double> AnyCodableValue::doubleValue() const
 
 std::optional<bool> AnyCodableValue::boolValue() const
 {
-    if (auto v = std::get_if<bool>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<bool>(m_value);
 }
 
 QString AnyCodableValue::displayText() const

@@ -1,5 +1,7 @@
 #include "JSONScalar.h"
 
+#include "JsonVariant.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -49,12 +51,8 @@ JSONScalar JSONScalar::fromAny(const QVariant& value)
 
 JSONScalar JSONScalar::fromJson(const QJsonValue& value)
 {
-    if (value.isDouble()) {
-        const QVariant variant = value.toVariant();
-        if (variant.typeId() == QMetaType::LongLong)
-            return JSONScalar(variant.toLongLong());
-        return JSONScalar(value.toDouble());
-    }
+    if (value.isDouble())
+        return detail::numberFromJson<JSONScalar>(value);
     if (value.isArray()) {
         Array items;
         for (const QJsonValue& item : value.toArray())
@@ -99,35 +97,12 @@ QVariant JSONScalar::rawAny() const
 
 QJsonValue JSONScalar::toJson() const
 {
-    struct Visitor {
-        QJsonValue operator()(std::monostate) const { return QJsonValue(QJsonValue::Null); }
-        QJsonValue operator()(const QString& v) const { return v; }
-        QJsonValue operator()(qint64 v) const { return v; }
-        QJsonValue operator()(double v) const { return v; }
-        QJsonValue operator()(bool v) const { return v; }
-        QJsonValue operator()(const Array& v) const
-        {
-            QJsonArray array;
-            for (const auto& item : v)
-                array.append(item.toJson());
-            return array;
-        }
-        QJsonValue operator()(const Object& v) const
-        {
-            QJsonObject object;
-            for (const auto& [key, item] : v)
-                object.insert(key, item.toJson());
-            return object;
-        }
-    };
-    return std::visit(Visitor {}, m_value);
+    return detail::variantToJson(m_value);
 }
 
 std::optional<QString> JSONScalar::stringValue() const
 {
-    if (auto v = std::get_if<QString>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<QString>(m_value);
 }
 
 std::optional<qint64> JSONScalar::intValue() const
@@ -141,16 +116,12 @@ std::optional<qint64> JSONScalar::intValue() const
 
 std::optional<double> JSONScalar::doubleValue() const
 {
-    if (auto v = std::get_if<double>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<double>(m_value);
 }
 
 std::optional<bool> JSONScalar::boolValue() const
 {
-    if (auto v = std::get_if<bool>(&m_value))
-        return *v;
-    return std::nullopt;
+    return detail::alternative<bool>(m_value);
 }
 
 } // namespace wire
