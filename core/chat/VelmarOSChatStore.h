@@ -18,6 +18,7 @@
 #include <qcoro/qcorotask.h>
 
 #include <deque>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -25,6 +26,7 @@
 class AgentClient;
 class AgentStream;
 class LumenAPIClient;
+struct LoadError;
 
 // One chat session as the user sees it: the events on screen, the running turn with its
 // tool trail and subagents, the sentences waiting for their turn, and the cards waiting for
@@ -32,6 +34,7 @@ class LumenAPIClient;
 // server, so that another machine shows the same conversation. Turns run one at a time, in
 // the order they were typed. (Turns: VelmarOSChatStore.cpp; confirmations:
 // VelmarOSChatStorePending.cpp; replay and merge: VelmarOSChatStoreHistory.cpp.)
+
 class VelmarOSChatStore : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -233,6 +236,12 @@ private:
 
     // ---- confirmations ----
     std::optional<wire::PendingItem> extractEmbeddedPending(const QString& id) const;
+    // The card to confirm or reject: the waiting list first, then the cards on screen.
+    std::optional<wire::PendingItem> pendingForAction(const QString& pendingId) const;
+    void settleOptimistically(const wire::PendingItem& optimistic);
+    // Puts cards and events back as they were before an optimistic confirm or reject.
+    LoadError rollBackSettle(const QString& pendingId, const QString& prefix, std::exception_ptr failure,
+        std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot);
     void updatePendingInPlace(const wire::PendingItem& item);
     static QCoro::Task<void> finishConfirm(QPointer<VelmarOSChatStore> self, wire::PendingItem item,
         std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot, QString line);

@@ -13,6 +13,8 @@
 
 #include <QLocale>
 
+#include <algorithm>
+
 namespace {
 
 const QString kCommitted = QStringLiteral("committed");
@@ -152,17 +154,39 @@ QString VelmarOSChatStore::firstPendingEventIDText() const
 
 // ---- confirm and reject ----
 
+std::optional<wire::PendingItem> VelmarOSChatStore::pendingForAction(const QString& pendingId) const
+{
+    const auto found = std::ranges::find(m_aggregatedPending, pendingId, &wire::PendingItem::id);
+    if (found != m_aggregatedPending.end())
+        return *found;
+    return extractEmbeddedPending(pendingId);
+}
+
+void VelmarOSChatStore::settleOptimistically(const wire::PendingItem& optimistic)
+{
+    updatePendingInPlace(optimistic);
+    std::vector<wire::PendingItem> pending = m_aggregatedPending;
+    std::erase_if(pending, [&](const wire::PendingItem& candidate) { return candidate.id == optimistic.id; });
+    setAggregatedPending(std::move(pending));
+    m_inFlightTerminal.insert(optimistic.id);
+}
+
+LoadError VelmarOSChatStore::rollBackSettle(const QString& pendingId, const QString& prefix, std::exception_ptr failure,
+    std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot)
+{
+    const LoadError error = formatLoadError(failure);
+    const QString message = prefix + error.message;
+    setAggregatedPending(std::move(pendingSnapshot));
+    setEvents(std::move(eventsSnapshot));
+    appendEvent(ChatEvent(QUuid::createUuid(), now(), ChatEvent::ErrorMessage { message }));
+    m_inFlightTerminal.remove(pendingId);
+    persistEvent(QStringLiteral("error"), { { QStringLiteral("message"), message } }, true);
+    return error;
+}
+
 void VelmarOSChatStore::confirm(QString pendingId)
 {
-    std::optional<wire::PendingItem> item;
-    for (const wire::PendingItem& candidate : m_aggregatedPending) {
-        if (candidate.id == pendingId) {
-            item = candidate;
-            break;
-        }
-    }
-    if (!item)
-        item = extractEmbeddedPending(pendingId);
+    const std::optional<wire::PendingItem> item = pendingForAction(pendingId);
     if (!item)
         return;
 
@@ -172,11 +196,7 @@ void VelmarOSChatStore::confirm(QString pendingId)
     wire::PendingItem optimistic = *item;
     optimistic.status = kCommitted;
     optimistic.committed_at = now().toUTC().toString(Qt::ISODate);
-    updatePendingInPlace(optimistic);
-    std::vector<wire::PendingItem> pending = m_aggregatedPending;
-    std::erase_if(pending, [&](const wire::PendingItem& candidate) { return candidate.id == pendingId; });
-    setAggregatedPending(std::move(pending));
-    m_inFlightTerminal.insert(pendingId);
+    settleOptimistically(optimistic);
 
     const QString line = commitConfirmation(*item);
     if (!line.isEmpty())
@@ -198,13 +218,8 @@ QCoro::Task<void> VelmarOSChatStore::finishConfirm(QPointer<VelmarOSChatStore> s
         co_return;
 
     if (failure) {
-        const LoadError error = formatLoadError(failure);
-        const QString message = QStringLiteral("确认失败：") + error.message;
-        self->setAggregatedPending(std::move(pendingSnapshot));
-        self->setEvents(std::move(eventsSnapshot));
-        self->appendEvent(ChatEvent(QUuid::createUuid(), self->now(), ChatEvent::ErrorMessage { message }));
-        self->m_inFlightTerminal.remove(item.id);
-        self->persistEvent(QStringLiteral("error"), { { QStringLiteral("message"), message } }, true);
+        const LoadError error = self->rollBackSettle(
+            item.id, QStringLiteral("确认失败："), failure, std::move(pendingSnapshot), std::move(eventsSnapshot));
         refreshAggregatedDetached(self);
         if (error.isAuthFailure && self->onAuthFailure)
             self->onAuthFailure();
@@ -233,15 +248,7 @@ QCoro::Task<void> VelmarOSChatStore::finishConfirm(QPointer<VelmarOSChatStore> s
 
 void VelmarOSChatStore::reject(QString pendingId)
 {
-    std::optional<wire::PendingItem> item;
-    for (const wire::PendingItem& candidate : m_aggregatedPending) {
-        if (candidate.id == pendingId) {
-            item = candidate;
-            break;
-        }
-    }
-    if (!item)
-        item = extractEmbeddedPending(pendingId);
+    const std::optional<wire::PendingItem> item = pendingForAction(pendingId);
     if (!item)
         return;
 
@@ -251,11 +258,7 @@ void VelmarOSChatStore::reject(QString pendingId)
     wire::PendingItem optimistic = *item;
     optimistic.status = kRejected;
     optimistic.rejected_at = now().toUTC().toString(Qt::ISODate);
-    updatePendingInPlace(optimistic);
-    std::vector<wire::PendingItem> pending = m_aggregatedPending;
-    std::erase_if(pending, [&](const wire::PendingItem& candidate) { return candidate.id == pendingId; });
-    setAggregatedPending(std::move(pending));
-    m_inFlightTerminal.insert(pendingId);
+    settleOptimistically(optimistic);
     finishReject(this, *item, std::move(pendingSnapshot), std::move(eventsSnapshot));
 }
 
@@ -273,13 +276,8 @@ QCoro::Task<void> VelmarOSChatStore::finishReject(QPointer<VelmarOSChatStore> se
         co_return;
 
     if (failure) {
-        const LoadError error = formatLoadError(failure);
-        const QString message = QStringLiteral("撤销失败：") + error.message;
-        self->setAggregatedPending(std::move(pendingSnapshot));
-        self->setEvents(std::move(eventsSnapshot));
-        self->appendEvent(ChatEvent(QUuid::createUuid(), self->now(), ChatEvent::ErrorMessage { message }));
-        self->m_inFlightTerminal.remove(item.id);
-        self->persistEvent(QStringLiteral("error"), { { QStringLiteral("message"), message } }, true);
+        const LoadError error = self->rollBackSettle(
+            item.id, QStringLiteral("撤销失败："), failure, std::move(pendingSnapshot), std::move(eventsSnapshot));
         if (error.isAuthFailure && self->onAuthFailure)
             self->onAuthFailure();
         co_return;
