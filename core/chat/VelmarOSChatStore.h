@@ -238,15 +238,21 @@ private:
     std::optional<wire::PendingItem> extractEmbeddedPending(const QString& id) const;
     // The card to confirm or reject: the waiting list first, then the cards on screen.
     std::optional<wire::PendingItem> pendingForAction(const QString& pendingId) const;
-    void settleOptimistically(const wire::PendingItem& optimistic);
+    // What a confirm or reject puts back when the server refuses it.
+    struct SettleSnapshot {
+        std::vector<wire::PendingItem> pending;
+        std::vector<ChatEvent> events;
+    };
+    // Shows the card as settled before the server answers.
+    SettleSnapshot settleOptimistically(const wire::PendingItem& item, const QString& status);
     // Puts cards and events back as they were before an optimistic confirm or reject.
-    LoadError rollBackSettle(const QString& pendingId, const QString& prefix, std::exception_ptr failure,
-        std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot);
+    LoadError rollBackSettle(
+        const QString& pendingId, const QString& prefix, std::exception_ptr failure, SettleSnapshot before);
     void updatePendingInPlace(const wire::PendingItem& item);
-    static QCoro::Task<void> finishConfirm(QPointer<VelmarOSChatStore> self, wire::PendingItem item,
-        std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot, QString line);
-    static QCoro::Task<void> finishReject(QPointer<VelmarOSChatStore> self, wire::PendingItem item,
-        std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot);
+    static QCoro::Task<void> finishConfirm(
+        QPointer<VelmarOSChatStore> self, wire::PendingItem item, SettleSnapshot before, QString line);
+    static QCoro::Task<void> finishReject(
+        QPointer<VelmarOSChatStore> self, wire::PendingItem item, SettleSnapshot before);
     static QCoro::Task<void> finishProposedDelete(QPointer<VelmarOSChatStore> self, QUuid eventId);
     static QCoro::Task<void> refreshAggregatedDetached(QPointer<VelmarOSChatStore> self);
     static QString errorMessage(std::exception_ptr error);

@@ -162,22 +162,32 @@ std::optional<wire::PendingItem> VelmarOSChatStore::pendingForAction(const QStri
     return extractEmbeddedPending(pendingId);
 }
 
-void VelmarOSChatStore::settleOptimistically(const wire::PendingItem& optimistic)
+VelmarOSChatStore::SettleSnapshot VelmarOSChatStore::settleOptimistically(
+    const wire::PendingItem& item, const QString& status)
 {
+    SettleSnapshot before { m_aggregatedPending, m_events };
+    wire::PendingItem optimistic = item;
+    optimistic.status = status;
+    const QString stamp = now().toUTC().toString(Qt::ISODate);
+    if (status == kCommitted)
+        optimistic.committed_at = stamp;
+    else
+        optimistic.rejected_at = stamp;
     updatePendingInPlace(optimistic);
     std::vector<wire::PendingItem> pending = m_aggregatedPending;
-    std::erase_if(pending, [&](const wire::PendingItem& candidate) { return candidate.id == optimistic.id; });
+    std::erase_if(pending, [&](const wire::PendingItem& candidate) { return candidate.id == item.id; });
     setAggregatedPending(std::move(pending));
-    m_inFlightTerminal.insert(optimistic.id);
+    m_inFlightTerminal.insert(item.id);
+    return before;
 }
 
-LoadError VelmarOSChatStore::rollBackSettle(const QString& pendingId, const QString& prefix, std::exception_ptr failure,
-    std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot)
+LoadError VelmarOSChatStore::rollBackSettle(
+    const QString& pendingId, const QString& prefix, std::exception_ptr failure, SettleSnapshot before)
 {
     const LoadError error = formatLoadError(failure);
     const QString message = prefix + error.message;
-    setAggregatedPending(std::move(pendingSnapshot));
-    setEvents(std::move(eventsSnapshot));
+    setAggregatedPending(std::move(before.pending));
+    setEvents(std::move(before.events));
     appendEvent(ChatEvent(QUuid::createUuid(), now(), ChatEvent::ErrorMessage { message }));
     m_inFlightTerminal.remove(pendingId);
     persistEvent(QStringLiteral("error"), { { QStringLiteral("message"), message } }, true);
@@ -190,22 +200,16 @@ void VelmarOSChatStore::confirm(QString pendingId)
     if (!item)
         return;
 
-    std::vector<wire::PendingItem> pendingSnapshot = m_aggregatedPending;
-    std::vector<ChatEvent> eventsSnapshot = m_events;
-
-    wire::PendingItem optimistic = *item;
-    optimistic.status = kCommitted;
-    optimistic.committed_at = now().toUTC().toString(Qt::ISODate);
-    settleOptimistically(optimistic);
+    SettleSnapshot before = settleOptimistically(*item, kCommitted);
 
     const QString line = commitConfirmation(*item);
     if (!line.isEmpty())
         appendEvent(ChatEvent(QUuid::createUuid(), now(), ChatEvent::AssistantText { line }));
-    finishConfirm(this, *item, std::move(pendingSnapshot), std::move(eventsSnapshot), line);
+    finishConfirm(this, *item, std::move(before), line);
 }
 
-QCoro::Task<void> VelmarOSChatStore::finishConfirm(QPointer<VelmarOSChatStore> self, wire::PendingItem item,
-    std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot, QString line)
+QCoro::Task<void> VelmarOSChatStore::finishConfirm(
+    QPointer<VelmarOSChatStore> self, wire::PendingItem item, SettleSnapshot before, QString line)
 {
     std::exception_ptr failure;
     wire::PendingItem committed;
@@ -218,8 +222,7 @@ QCoro::Task<void> VelmarOSChatStore::finishConfirm(QPointer<VelmarOSChatStore> s
         co_return;
 
     if (failure) {
-        const LoadError error = self->rollBackSettle(
-            item.id, QStringLiteral("确认失败："), failure, std::move(pendingSnapshot), std::move(eventsSnapshot));
+        const LoadError error = self->rollBackSettle(item.id, QStringLiteral("确认失败："), failure, std::move(before));
         refreshAggregatedDetached(self);
         if (error.isAuthFailure && self->onAuthFailure)
             self->onAuthFailure();
@@ -252,18 +255,12 @@ void VelmarOSChatStore::reject(QString pendingId)
     if (!item)
         return;
 
-    std::vector<wire::PendingItem> pendingSnapshot = m_aggregatedPending;
-    std::vector<ChatEvent> eventsSnapshot = m_events;
-
-    wire::PendingItem optimistic = *item;
-    optimistic.status = kRejected;
-    optimistic.rejected_at = now().toUTC().toString(Qt::ISODate);
-    settleOptimistically(optimistic);
-    finishReject(this, *item, std::move(pendingSnapshot), std::move(eventsSnapshot));
+    SettleSnapshot before = settleOptimistically(*item, kRejected);
+    finishReject(this, *item, std::move(before));
 }
 
-QCoro::Task<void> VelmarOSChatStore::finishReject(QPointer<VelmarOSChatStore> self, wire::PendingItem item,
-    std::vector<wire::PendingItem> pendingSnapshot, std::vector<ChatEvent> eventsSnapshot)
+QCoro::Task<void> VelmarOSChatStore::finishReject(
+    QPointer<VelmarOSChatStore> self, wire::PendingItem item, SettleSnapshot before)
 {
     std::exception_ptr failure;
     wire::PendingItem rejected;
@@ -276,8 +273,7 @@ QCoro::Task<void> VelmarOSChatStore::finishReject(QPointer<VelmarOSChatStore> se
         co_return;
 
     if (failure) {
-        const LoadError error = self->rollBackSettle(
-            item.id, QStringLiteral("撤销失败："), failure, std::move(pendingSnapshot), std::move(eventsSnapshot));
+        const LoadError error = self->rollBackSettle(item.id, QStringLiteral("撤销失败："), failure, std::move(before));
         if (error.isAuthFailure && self->onAuthFailure)
             self->onAuthFailure();
         co_return;
