@@ -200,14 +200,24 @@ void SessionsStore::switchTo(QString id)
     publish(m_sessions, id);
 }
 
-void SessionsStore::rename(QString id, QString title)
+bool SessionsStore::changeSession(const QString& id, const std::function<void(ChatSession&)>& change)
 {
     std::vector<ChatSession> sessions = m_sessions;
+    bool found = false;
     for (ChatSession& session : sessions) {
-        if (session.id == id)
-            session.title = title;
+        if (session.id == id) {
+            change(session);
+            found = true;
+        }
     }
-    publish(std::move(sessions), m_activeSessionId);
+    if (found)
+        publish(std::move(sessions), m_activeSessionId);
+    return found;
+}
+
+void SessionsStore::rename(QString id, QString title)
+{
+    changeSession(id, [&](ChatSession& session) { session.title = title; });
     wire::ChatSessionPatch patch;
     patch.title = title;
     patchInBackground(id, std::move(patch));
@@ -215,12 +225,7 @@ void SessionsStore::rename(QString id, QString title)
 
 void SessionsStore::archive(QString id, bool archived)
 {
-    std::vector<ChatSession> sessions = m_sessions;
-    for (ChatSession& session : sessions) {
-        if (session.id == id)
-            session.isArchived = archived;
-    }
-    publish(std::move(sessions), m_activeSessionId);
+    changeSession(id, [&](ChatSession& session) { session.isArchived = archived; });
     wire::ChatSessionPatch patch;
     patch.is_archived = archived;
     patchInBackground(id, std::move(patch));
@@ -228,17 +233,9 @@ void SessionsStore::archive(QString id, bool archived)
 
 void SessionsStore::togglePin(QString id)
 {
-    std::vector<ChatSession> sessions = m_sessions;
-    std::optional<bool> pinned;
-    for (ChatSession& session : sessions) {
-        if (session.id == id) {
-            session.isPinned = !session.isPinned;
-            pinned = session.isPinned;
-        }
-    }
-    if (!pinned)
+    bool pinned = false;
+    if (!changeSession(id, [&](ChatSession& session) { pinned = session.isPinned = !session.isPinned; }))
         return;
-    publish(std::move(sessions), m_activeSessionId);
     wire::ChatSessionPatch patch;
     patch.is_pinned = pinned;
     patchInBackground(id, std::move(patch));
@@ -246,12 +243,7 @@ void SessionsStore::togglePin(QString id)
 
 void SessionsStore::setModel(ChatModel model, QString id)
 {
-    std::vector<ChatSession> sessions = m_sessions;
-    for (ChatSession& session : sessions) {
-        if (session.id == id)
-            session.model = model;
-    }
-    publish(std::move(sessions), m_activeSessionId);
+    changeSession(id, [&](ChatSession& session) { session.model = model; });
     wire::ChatSessionPatch patch;
     patch.model = model.id();
     patchInBackground(id, std::move(patch));

@@ -117,6 +117,8 @@ private:
     ChatSession* find(const QString& id);
     void saveIndex() const;
     void publish(std::vector<ChatSession> sessions, QString activeId);
+    // Applies a change to the session with this id and publishes; false when there is none.
+    bool changeSession(const QString& id, const std::function<void(ChatSession&)>& change);
     // Drops what this machine keeps of a session: its log, its resume id, its store.
     void purgeLocalSession(const QString& id);
     QStringList readList(const QString& key) const;
