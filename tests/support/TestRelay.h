@@ -5,41 +5,16 @@
 // moves. Header-only: a test that includes it links mintbridge_relay.
 
 #include "RelayServer.h"
+#include "ServerClock.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 
-#include <mutex>
 #include <stdexcept>
 
-class TestRelayClock final : public mintbridge::RelayClock {
-public:
-    explicit TestRelayClock(QDateTime start = QDateTime(QDate(2026, 11, 21), QTime(9, 30), Qt::UTC))
-        : m_now(std::move(start))
-    {
-    }
-    QDateTime now() const override
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_now;
-    }
-    void set(QDateTime value)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_now = std::move(value);
-    }
-    void advance(qint64 seconds)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_now = m_now.addSecs(seconds);
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QDateTime m_now;
-};
+using TestRelayClock = ServerClock<mintbridge::RelayClock>;
 
 class TestRelay {
 public:

@@ -1,41 +1,15 @@
 #pragma once
 
 #include "LumenServer.h"
+#include "ServerClock.h"
 
 #include <QString>
 #include <QTemporaryDir>
 #include <QUrl>
 
 #include <memory>
-#include <mutex>
 
-// A server clock that only moves when the test says so; safe to read from server threads.
-class TestServerClock final : public lumen::Clock {
-public:
-    explicit TestServerClock(QDateTime start = QDateTime(QDate(2026, 11, 21), QTime(9, 30), Qt::UTC))
-        : m_now(std::move(start))
-    {
-    }
-    QDateTime now() const override
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_now;
-    }
-    void set(QDateTime value)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_now = std::move(value);
-    }
-    void advance(qint64 seconds)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_now = m_now.addSecs(seconds);
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QDateTime m_now;
-};
+using TestServerClock = ServerClock<lumen::Clock>;
 
 // The real lumen-api, in-process, on 127.0.0.1 and a port the system picks, over a fresh
 // data folder that disappears with it. Cheap password hashing keeps logins fast. The
