@@ -74,9 +74,6 @@ private slots:
         QTest::addColumn<QJsonObject>("changed");
         QTest::newRow("rename") << QJsonObject { { u"title"_s, u"周末账"_s } }
                                 << QJsonObject { { u"title"_s, u"周末账"_s } };
-        QTest::newRow("pin") << QJsonObject { { u"is_pinned"_s, true } } << QJsonObject { { u"is_pinned"_s, true } };
-        QTest::newRow("resume id") << QJsonObject { { u"cli_session_id"_s, u"abc-123"_s } }
-                                   << QJsonObject { { u"cli_session_id"_s, u"abc-123"_s } };
         // Another zone or no milliseconds still ends up in the form clients sort as text.
         QTest::newRow("activity time in another zone")
             << QJsonObject { { u"last_active_at"_s, u"2026-11-21T20:45:10+11:00"_s } }
@@ -170,9 +167,6 @@ private slots:
                                                          << u"assistant_text 消息的 role 应为 assistant"_s;
         QTest::newRow("message without id")
             << u"POST"_s << messages << with(u"id"_s, QString()) << 422 << u"消息 id 不能为空"_s;
-        QTest::newRow("limit that is no number")
-            << u"GET"_s << messages + u"?limit=many"_s << QJsonObject() << 422 << u"参数 limit 应为整数"_s;
-        QTest::newRow("no token") << u"GET"_s << u"/chat/sessions"_s << QJsonObject() << 401 << QString();
     }
     void badRequestsAreRefusedAndChangeNothing()
     {
@@ -186,13 +180,9 @@ private slots:
         const QJsonArray sessionsBefore = m_http->get("/chat/sessions", m_token).array();
 
         const Reply reply = m_http->send(method.toStdString(), path.toStdString(),
-            body.isEmpty() ? std::string() : QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(),
-            status == 401 ? QString() : m_token);
+            body.isEmpty() ? std::string() : QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(), m_token);
         QCOMPARE(reply.status, status);
-        if (!detail.isEmpty())
-            QCOMPARE(reply.detail(), detail);
-        else
-            QVERIFY2(!reply.detail().isEmpty(), reply.body.c_str());
+        QCOMPARE(reply.detail(), detail);
         QCOMPARE(m_http->get("/chat/sessions", m_token).array(), sessionsBefore);
         QCOMPARE(m_http->get("/chat/sessions/default/messages", m_token).array().size(), 1);
     }

@@ -143,8 +143,6 @@ private slots:
         QTest::newRow("name taken") << QStringList { u"user"_s, u"add"_s, u"Taken"_s } << "pw\n"_ba << 1;
         QTest::newRow("bad name") << QStringList { u"user"_s, u"add"_s, u"a b"_s } << "pw\n"_ba << 1;
         QTest::newRow("no name") << QStringList { u"user"_s, u"add"_s } << "pw\n"_ba << 2;
-        QTest::newRow("unknown option") << QStringList { u"user"_s, u"add"_s, u"kit"_s, u"--admin"_s, u"1"_s }
-                                        << "pw\n"_ba << 2;
     }
     void userAddRefusals()
     {
