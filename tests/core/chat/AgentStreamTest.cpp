@@ -56,7 +56,7 @@ std::unique_ptr<AgentStream> open(AgentHarness& device, bool chatSession, std::v
 
 } // namespace
 
-// The stream against a scripted peer: framing and faults that a real server never produces.
+// The stream against a scripted peer: framing, the event table, and faults a real server never produces.
 class AgentStreamTest : public QObject {
     Q_OBJECT
 
@@ -104,6 +104,77 @@ private slots:
         const Events events = collect(*stream);
         QCOMPARE(describe(events), describe(expected));
         QCOMPARE(stream->attempts(), 1);
+    }
+
+    // One data object to one event: the defaults of the event table.
+    void parseSSEEvent_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<Events>("expected");
+
+        QTest::newRow("text_delta without text is dropped") << "text_delta" << QByteArray("{}") << Events {};
+        QTest::newRow("tool_call_start defaults")
+            << "tool_call_start" << QByteArray("{}") << Events { E::ToolCallStart {} };
+        QTest::newRow("tool_call_start input keeps integers apart")
+            << "tool_call_start"
+            << QByteArray(R"({"tool_use_id":"t1","tool":"ledger","input":{"n":2,"x":1.5,"s":"a","b":true,"z":null}})")
+            << Events { E::ToolCallStart { "t1", "ledger",
+                   { { "n", wire::JSONScalar(qint64(2)) }, { "x", wire::JSONScalar(1.5) },
+                       { "s", wire::JSONScalar(QString("a")) }, { "b", wire::JSONScalar(true) },
+                       { "z", wire::JSONScalar() } } } };
+        QTest::newRow("tool_result with a numeric ok counts it absent")
+            << "tool_result" << QByteArray(R"({"ok":0})") << Events { E::ToolResult { "", true, "" } };
+        QTest::newRow("pending_card with an empty payload")
+            << "pending_card" << QByteArray(R"({"payload":{}})")
+            << Events { E::PendingCard { "", "finance", "create", { { "_kind", "create" } }, "" } };
+        QTest::newRow("pending_card keeps its kind")
+            << "pending_card"
+            << QByteArray(
+                   R"({"pending_id":"p1","domain":"time","payload":{"_kind":"update","amount":50},"source_text":"s"})")
+            << Events { E::PendingCard { "p1", "time", "update", { { "_kind", "update" }, { "amount", 50 } }, "s" } };
+        QTest::newRow("pending_card kind that is not text")
+            << "pending_card" << QByteArray(R"({"payload":{"_kind":7}})")
+            << Events { E::PendingCard { "", "finance", "create", { { "_kind", 7 } }, "" } };
+        QTest::newRow("target_id 12.9 gives 12")
+            << "proposed_delete" << QByteArray(R"({"target_id":12.9,"delete_endpoint":"/finance/transactions/12"})")
+            << Events { E::ProposedDelete { "finance", 12, "", "/finance/transactions/12" } };
+        QTest::newRow("target_id as text gives 0")
+            << "proposed_delete" << QByteArray(R"({"domain":"time","target_id":"12","preview":"删 午餐"})")
+            << Events { E::ProposedDelete { "time", 0, "删 午餐", "" } };
+        QTest::newRow("query_result defaults")
+            << "query_result" << QByteArray("{}") << Events { QueryResultBlock { "finance", "查询结果", {}, "", "" } };
+        QTest::newRow("query_result cells as text")
+            << "query_result"
+            << QByteArray(R"({"rows":[{"b":true,"f":false,"i":3,"w":3.0,"d":2.5,"n":null,"s":"x","big":1e18,)"
+                          R"("huge":1e30}],"id_hint":"id","summary":"共 1 条"})")
+            << Events { QueryResultBlock { "finance", "查询结果",
+                   { { { "b", "是" }, { "f", "否" }, { "i", "3" }, { "w", "3" }, { "d", "2.5" }, { "n", "—" },
+                       { "s", "x" }, { "big", "1000000000000000000" }, { "huge", "1e+30" } } },
+                   "id", "共 1 条" } };
+        QTest::newRow("query_result rows with a non-object are unusable")
+            << "query_result" << QByteArray(R"({"rows":[{"a":1},2],"title":"本月"})")
+            << Events { QueryResultBlock { "finance", "本月", {}, "", "" } };
+        QTest::newRow("time_effect defaults")
+            << "time_effect" << QByteArray("{}") << Events { E::TimeEffect { "started", std::nullopt, std::nullopt } };
+        QTest::newRow("rate_limit truncates")
+            << "rate_limit" << QByteArray(R"({"retry_after_sec":30.7})") << Events { E::RateLimited { 30 } };
+        QTest::newRow("error defaults") << "error" << QByteArray(R"({"code":1})")
+                                        << Events { E::Error { "unknown", "未知错误" } };
+        QTest::newRow("result numbers") << "result"
+                                        << QByteArray(R"({"reason":"end_turn","iterations":3.9,"cost_usd":1})")
+                                        << Events { E::Result { "end_turn", 3, 1.0 } };
+        QTest::newRow("unknown type is dropped") << "thinking" << QByteArray(R"({"text":"x"})") << Events {};
+    }
+    void parseSSEEvent()
+    {
+        QFETCH(QString, type);
+        QFETCH(QByteArray, data);
+        QFETCH(Events, expected);
+        const auto event = AgentClient::parseSSEEvent(type, QJsonDocument::fromJson(data).object());
+        const Events actual = event ? Events { *event } : Events {};
+        QCOMPARE(describe(actual), describe(expected));
+        QVERIFY(actual == expected);
     }
 
     void requestCarriesTheSentenceAndHeaders()

@@ -153,14 +153,3 @@ inline std::vector<wire::Transaction> ledgerOf(TestServer& server, const QString
     auto& backend = server.server().backend();
     return backend.financeLedger().list(backend.accounts().findUser(username)->id, std::nullopt, std::nullopt);
 }
-
-// Whether the server answers the chat session endpoints yet.
-inline bool serverKeepsChats(ChatDevice& device)
-{
-    try {
-        awaitTask(device.api().chatSessions());
-        return true;
-    } catch (const LumenAPIError&) {
-        return false;
-    }
-}

@@ -92,10 +92,6 @@ private slots:
                                                << ""
                                                << ""
                                                << "";
-        QTest::newRow("no type") << R"({"id":"X","text":"hi"})"
-                                 << ""
-                                 << ""
-                                 << "";
         QTest::newRow("damaged line") << "{\"id\":\"X\",\"text\":\"hi\",\"ty"
                                       << ""
                                       << ""

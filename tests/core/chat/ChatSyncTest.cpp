@@ -120,29 +120,16 @@ private slots:
         TestServer server;
         server.seedDemo(chatPassword);
         Machine machine(server);
-        QList<VelmarOSChatStore*> configured;
-        machine.loop.storeConfigurator = [&](VelmarOSChatStore* store) { configured << store; };
         QSignalSpy booted(&machine.loop, &ChatSyncLoop::booted);
         machine.loop.start();
         machine.loop.start(); // once is enough
         QTRY_COMPARE(booted.size(), 1);
-        QVERIFY(configured.contains(&machine.chat()));
         QTRY_COMPARE(machine.ticker.asked.size(), std::size_t(1));
         QCOMPARE(machine.ticker.asked.front(), std::chrono::milliseconds(8000));
 
-        // A card made elsewhere shows up at the next tick.
-        wire::PendingCreate create;
-        create.domain = "finance";
-        create.payload = { { "amount", 8 } };
-        awaitTask(machine.device.api().createPending(create));
         machine.ticker.release();
         QTRY_COMPARE(machine.loop.ticks(), 1);
-        QCOMPARE(machine.chat().aggregatedPending().size(), std::size_t(1));
         QTRY_COMPARE(machine.ticker.asked.size(), std::size_t(2));
-
-        // New stores get the same wiring.
-        const QString other = machine.sessions.create(ChatModel::sonnet());
-        QVERIFY(configured.contains(machine.sessions.store(other)));
 
         machine.loop.stop();
         QVERIFY(!machine.loop.running());
@@ -159,8 +146,6 @@ private slots:
         server.seedDemo(chatPassword);
         Machine a(server);
         Machine b(server);
-        if (!serverKeepsChats(a.device))
-            QSKIP("waits for the /chat/sessions endpoints of lumen-api");
         QVERIFY(a.boot());
         QVERIFY(b.boot());
         QCOMPARE(a.sessions.activeSessionId(), b.sessions.activeSessionId());
@@ -217,8 +202,6 @@ private slots:
         });
         Machine a(server);
         Machine b(server);
-        if (!serverKeepsChats(a.device))
-            QSKIP("waits for the /chat/sessions endpoints of lumen-api");
         QVERIFY(a.boot());
         QVERIFY(b.boot());
 

@@ -58,7 +58,6 @@ private slots:
         QVERIFY(card->assistantText.contains("A$50"));
         QCOMPARE(card->item.source_session, std::optional<QString>("default"));
         QCOMPARE(card->item.source_text, std::optional<QString>("今天午餐 50"));
-        QCOMPARE(card->item.payload.at("_kind").stringValue(), std::optional<QString>("create"));
         QCOMPARE(store.aggregatedPending().size(), std::size_t(1));
         QCOMPARE(store.firstPendingEventID(), std::optional(store.events().back().id()));
 
@@ -177,10 +176,8 @@ private slots:
         QCOMPARE(transcript(store), (QStringList { "user: 查查看", "agent: 先查一下。", "agent: 查完了。" }));
         const auto& trail = store.toolTrail();
         QCOMPARE(trail.size(), std::size_t(2));
-        QCOMPARE(trail[0].iter, 1);
         QCOMPARE(trail[0].status, ToolTrailEntry::Status::ok);
         QCOMPARE(trail[0].resultPreview, std::optional<QString>("spent $0.00 then $1.25"));
-        QCOMPARE(trail[1].iter, 2);
         QCOMPARE(trail[1].status, ToolTrailEntry::Status::error);
         QCOMPARE(trail[1].resultPreview, std::nullopt);
 
@@ -188,13 +185,11 @@ private slots:
         QCOMPARE(runs.size(), std::size_t(2));
         QCOMPARE(runs[0].kind, QStringLiteral("research"));
         QCOMPARE(runs[0].label, task.left(60));
-        QCOMPARE(runs[0].parentSessionId, QStringLiteral("S1"));
         QCOMPARE(runs[0].status, SubagentRun::Status::done);
         QCOMPARE(runs[0].costUSD, std::optional<double>(1.25));
         QCOMPARE(runs[1].kind, QStringLiteral("cc"));
         QCOMPARE(runs[1].label, QString());
         QCOMPARE(runs[1].status, SubagentRun::Status::failed);
-        QCOMPARE(runs[1].outputSummary, std::nullopt);
 
         // Text before a tool is its own line, logged as such; tool steps stay in the log.
         const auto said = logLines(store, "assistant_text");

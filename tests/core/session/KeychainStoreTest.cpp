@@ -140,18 +140,6 @@ private slots:
         QCOMPARE(modeOf(store.fileURL()), privateFile);
     }
 
-    void missingTokenIsNotFound()
-    {
-        ClientHarness client(unusedServer);
-        QVERIFY(!run(client.keychain().hasToken()));
-        try {
-            run(client.keychain().bearerV1());
-            QFAIL("a token out of nowhere");
-        } catch (const KeychainError& error) {
-            QCOMPARE(error.kind(), KeychainError::Kind::NotFound);
-        }
-    }
-
     void environmentBearer_data()
     {
         QTest::addColumn<QString>("environment");
@@ -169,23 +157,24 @@ private slots:
         QCOMPARE(run(client.keychain().bearerV1()), expected);
     }
 
-    void removeCurrentUserLeavesNoCurrentName()
+    void removingUsers()
     {
         ClientHarness client(unusedServer);
         auto& store = client.keychain();
         run(store.storeUser("velmar", "tok-v", "Velmar", true));
         run(store.storeUser("sefa", "tok-s", "Sefa", false));
         run(store.removeUser("velmar"));
+        // The current one gone: no current name, and no token to fall back on.
         QCOMPARE(run(store.currentUsername()), QString());
         QCOMPARE(run(store.listKnownUsernames()), QStringList { "sefa" });
         QVERIFY(!run(store.hasToken()));
-    }
-
-    void removingLastUserDeletesTheList()
-    {
-        ClientHarness client(unusedServer);
-        auto& store = client.keychain();
-        run(store.storeUser("sefa", "tok-s", "Sefa", false));
+        try {
+            run(store.bearerV1());
+            QFAIL("a token out of nowhere");
+        } catch (const KeychainError& error) {
+            QCOMPARE(error.kind(), KeychainError::Kind::NotFound);
+        }
+        // The last one gone takes the list with it.
         run(store.removeUser("sefa"));
         QVERIFY(!QFileInfo::exists(store.customFilePath(KeychainStore::knownUsersKey)));
         QVERIFY_THROWS_EXCEPTION(KeychainError, run(store.listKnownUsernames()));
