@@ -97,11 +97,7 @@ private slots:
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QTime>("now");
         QTest::addColumn<QString>("expected"); // "date start-end minutes"
-        QTest::newRow("morning range") << "上午 9 点到 11 点 coding" << QTime(20, 15) << "2026-05-14 09:00-11:00 120";
-        QTest::newRow("half hour in Chinese")
-            << "下午两点半到四点 开会" << QTime(20, 15) << "2026-05-14 14:30-16:00 90";
         QTest::newRow("shared clock word") << "9-11点 上课" << QTime(20, 15) << "2026-05-14 09:00-11:00 120";
-        QTest::newRow("colon times") << "9:00-11:30 写论文" << QTime(20, 15) << "2026-05-14 09:00-11:30 150";
         QTest::newRow("quarters") << "九点一刻到十点三刻 复习" << QTime(20, 15) << "2026-05-14 09:15-10:45 90";
         QTest::newRow("periods on both ends")
             << "上午10点到下午2点 搬家" << QTime(20, 15) << "2026-05-14 10:00-14:00 240";

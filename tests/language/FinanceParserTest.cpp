@@ -2,7 +2,6 @@
 #include "Lexicon.h"
 #include "TestContext.h"
 
-#include <QJsonArray>
 #include <QJsonObject>
 #include <QTest>
 
@@ -17,12 +16,8 @@ private slots:
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("category");
         QTest::addColumn<bool>("income");
-        QTest::newRow("meal") << "今天午餐 50"
-                              << "餐饮" << false;
         QTest::newRow("longest keyword wins") << "uber eats 32.4"
                                               << "餐饮" << false;
-        QTest::newRow("ride") << "昨天 uber 23.5"
-                              << "交通" << false;
         QTest::newRow("a thing bought outweighs the shop") << "超市买猫粮 30"
                                                            << "宠物" << false;
         QTest::newRow("shop alone") << "超市 45"
@@ -31,8 +26,6 @@ private slots:
                                                        << "其他" << false;
         QTest::newRow("verb at the start of a keyword") << "交通卡 50"
                                                         << "交通" << false;
-        QTest::newRow("salary is income") << "工资到账 5200"
-                                          << "工资" << true;
         QTest::newRow("refund outweighs the shop") << "亚马逊退款 35.5"
                                                    << "退款" << true;
         QTest::newRow("reimbursement outweighs the ride") << "报销 打车费 45"
@@ -78,24 +71,12 @@ private slots:
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("spender");
         QTest::addColumn<QString>("description");
-        QTest::newRow("named member") << "Sefa 买咖啡 9"
-                                      << "Sefa"
-                                      << "咖啡";
         QTest::newRow("any letter case, with de") << "sefa 的药 18"
                                                   << "Sefa"
                                                   << "药";
         QTest::newRow("the other member") << "velmar 付的房租 900"
                                           << "Velmar"
                                           << "房租";
-        QTest::newRow("we") << "我们俩的电影票 40"
-                            << "shared"
-                            << "电影票";
-        QTest::newRow("together") << "一起去超市 买菜 86"
-                                  << "shared"
-                                  << "超市 买菜";
-        QTest::newRow("AA") << "我们AA 晚饭 90"
-                            << "shared"
-                            << "晚饭";
         QTest::newRow("aa inside a word is not AA") << "aaa 电池 9"
                                                     << ""
                                                     << "aaa 电池";
@@ -126,8 +107,6 @@ private slots:
     {
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("description");
-        QTest::newRow("date and particle taken out") << "交了这个月的房租 2000"
-                                                     << "房租";
         QTest::newRow("eating verb before a dish") << "吃火锅 128"
                                                    << "火锅";
         QTest::newRow("verb kept when one character would remain") << "吃饭 30"
@@ -136,16 +115,6 @@ private slots:
                                                          << "交通卡";
         QTest::newRow("flowers are not a paying verb") << "买花 30"
                                                        << "买花";
-        QTest::newRow("trailing paying verb") << "点外卖花了 31"
-                                              << "外卖";
-        QTest::newRow("counting word after the verb") << "买了件外套 89"
-                                                      << "外套";
-        QTest::newRow("arrival of money") << "工资到账 5200"
-                                          << "工资";
-        QTest::newRow("a taken-out date separates words") << "报销了上个月的打车费 64"
-                                                          << "报销 打车费";
-        QTest::newRow("a destination keeps its verb") << "Uber 去机场 58"
-                                                      << "Uber 去机场";
         QTest::newRow("a leading go is dropped") << "一起去超市 86"
                                                  << "超市";
         QTest::newRow("rate words") << "健身房 每月 65"
@@ -164,21 +133,13 @@ private slots:
         QTest::addColumn<double>("amount");
         QTest::addColumn<QString>("items");
         QTest::addColumn<QString>("description");
-        QTest::newRow("shop then priced items") << "超市 牛奶 5 面包 3.5" << 8.5 << "牛奶 5, 面包 3.5"
-                                                << "超市";
-        QTest::newRow("glued items with kuai") << "超市买了牛奶5块 面包3块5" << 8.5 << "牛奶 5, 面包 3.5"
-                                               << "超市";
         QTest::newRow("listed with and") << "在 Coles 买了鸡蛋 6 块、牛奶 3.5 和面包 4" << 13.5
                                          << "鸡蛋 6, 牛奶 3.5, 面包 4"
                                          << "Coles";
         QTest::newRow("stated total wins over the sum") << "菜市场 青菜 8 猪肉 25 一共 35" << 35.0 << "青菜 8, 猪肉 25"
                                                         << "菜市场";
-        QTest::newRow("no shop names the items") << "午饭 20 晚饭 35" << 55.0 << "午饭 20, 晚饭 35"
-                                                 << "午饭、晚饭";
         QTest::newRow("latin name of several words") << "Uber Eats 32.4 小费 3" << 35.4 << "Uber Eats 32.4, 小费 3"
                                                      << "Uber Eats、小费";
-        QTest::newRow("total without item prices") << "牛奶 鸡蛋 面包 一共 18.6" << 18.6 << ""
-                                                   << "牛奶 鸡蛋 面包";
         QTest::newRow("model number is not a price") << "买了 iphone 15 花了 1299" << 1299.0 << ""
                                                      << "iphone 15";
         QTest::newRow("sum keeps cents") << "a 0.1 b 0.2" << 0.3 << "a 0.1, b 0.2"
@@ -206,8 +167,6 @@ private slots:
         QTest::addColumn<QString>("error");
         QTest::newRow("no number") << "今天午餐"
                                    << "没有找到金额";
-        QTest::newRow("a duration is no amount") << "跑步 40 分钟"
-                                                 << "没有找到金额";
         QTest::newRow("a clock is no amount") << "9点到11点 开会"
                                               << "没有找到金额";
         QTest::newRow("a date is no amount") << "5月3号 电费"
@@ -226,29 +185,6 @@ private slots:
         QCOMPARE(parse.error(), error);
         QCOMPARE(parse.toParsedJson().value(QStringLiteral("error")).toString(), error);
         QVERIFY(!parse.toParsedJson().contains(QStringLiteral("amount")));
-    }
-
-    void rendersTheRelaysParsedObject()
-    {
-        const QJsonObject json = parseFinance(u"前天 超市 牛奶 5 面包 3.5", contextAt()).toParsedJson();
-        QCOMPARE(json.value(QStringLiteral("amount")).toDouble(), 8.5);
-        QCOMPARE(json.value(QStringLiteral("currency")).toString(), QStringLiteral("AUD"));
-        QCOMPARE(json.value(QStringLiteral("category")).toString(), QStringLiteral("买菜"));
-        QCOMPARE(json.value(QStringLiteral("date")).toString(), QStringLiteral("2026-05-12"));
-        QCOMPARE(json.value(QStringLiteral("description")).toString(), QStringLiteral("超市"));
-        // The speaker books: no spender key, so the booking falls to the default member.
-        QVERIFY(!json.contains(QStringLiteral("spender")));
-        QVERIFY(!json.contains(QStringLiteral("error")));
-        const double confidence = json.value(QStringLiteral("confidence")).toDouble(-1);
-        QVERIFY(confidence > 0.5 && confidence <= 1);
-        const QJsonArray items = json.value(QStringLiteral("items")).toArray();
-        QCOMPARE(items.size(), 2);
-        QCOMPARE(items.at(1).toObject().value(QStringLiteral("name")).toString(), QStringLiteral("面包"));
-        QCOMPARE(items.at(1).toObject().value(QStringLiteral("amount")).toDouble(), 3.5);
-
-        const QJsonObject shared = parseFinance(u"我们AA 晚饭 90", contextAt()).toParsedJson();
-        QCOMPARE(shared.value(QStringLiteral("spender")).toString(), QStringLiteral("shared"));
-        QVERIFY(!shared.contains(QStringLiteral("items")));
     }
 
     void confidenceDropsWhenUnsure()

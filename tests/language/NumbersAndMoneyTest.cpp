@@ -74,12 +74,6 @@ private slots:
         QTest::newRow("kuai follows the household") << "午餐 50块"
                                                     << "CNY"
                                                     << "50 CNY";
-        QTest::newRow("kuai qian") << "早餐 6 块钱"
-                                   << "AUD"
-                                   << "6 AUD";
-        QTest::newRow("kuai with jiao") << "奶茶三块五"
-                                        << "AUD"
-                                        << "3.5 AUD";
         QTest::newRow("kuai with spaced jiao") << "早餐 8 块 5"
                                                << "AUD"
                                                << "8.5 AUD";
@@ -92,18 +86,12 @@ private slots:
         QTest::newRow("spoken decimal") << "三点五块"
                                         << "AUD"
                                         << "3.5 AUD";
-        QTest::newRow("yuan") << "打车 50 元"
-                              << "AUD"
-                              << "50 CNY";
         QTest::newRow("renminbi before") << "人民币 200 红包"
                                          << "AUD"
                                          << "200 CNY";
         QTest::newRow("rmb glued after") << "红包 200rmb"
                                          << "AUD"
                                          << "200 CNY";
-        QTest::newRow("yen sign") << "星巴克 ¥32"
-                                  << "AUD"
-                                  << "32 CNY";
         QTest::newRow("full-width yen sign") << "星巴克 ￥32"
                                              << "AUD"
                                              << "32 CNY";
@@ -125,21 +113,9 @@ private slots:
         QTest::newRow("meijin") << "20 美金"
                                 << "AUD"
                                 << "20 USD";
-        QTest::newRow("usd code before") << "亚马逊 USD 25"
-                                         << "AUD"
-                                         << "25 USD";
         QTest::newRow("code inside a word is not a currency") << "audio 线 25"
                                                               << "CNY"
                                                               << "25 CNY";
-        QTest::newRow("spaced count is not money") << "电影票 2 张 36"
-                                                   << "AUD"
-                                                   << "36 AUD";
-        QTest::newRow("glued count is not money") << "2杯奶茶 13"
-                                                  << "AUD"
-                                                  << "13 AUD";
-        QTest::newRow("nights are counted") << "酒店 两晚 360 澳元"
-                                            << "AUD"
-                                            << "360 AUD";
         QTest::newRow("a spaced word after a price is not a count") << "午饭 20 晚饭 35"
                                                                     << "AUD"
                                                                     << "20 AUD; 35 AUD";
@@ -152,24 +128,15 @@ private slots:
         QTest::newRow("shop name with a dash") << "7-11 买水 3"
                                                << "AUD"
                                                << "3 AUD";
-        QTest::newRow("line number") << "3号线地铁 4.5"
-                                     << "AUD"
-                                     << "4.5 AUD";
         QTest::newRow("numeral inside a word") << "三明治 8"
                                                << "AUD"
                                                << "8 AUD";
         QTest::newRow("one in together") << "一起吃饭 80"
                                          << "AUD"
                                          << "80 AUD";
-        QTest::newRow("standing Chinese numeral") << "午饭五十"
-                                                  << "AUD"
-                                                  << "50 AUD";
         QTest::newRow("times two") << "咖啡 5 x2"
                                    << "AUD"
                                    << "10 AUD";
-        QTest::newRow("per month stays with the price") << "宠物保险 25/月"
-                                                        << "AUD"
-                                                        << "25 AUD";
         QTest::newRow("no amount") << "今天午餐"
                                    << "AUD"
                                    << "";

@@ -1,7 +1,6 @@
 #include "IntentClassifier.h"
 #include "TestContext.h"
 
-#include <QJsonObject>
 #include <QTest>
 
 using namespace language;
@@ -16,50 +15,10 @@ private slots:
         QTest::addColumn<QString>("action");
         QTest::addColumn<QString>("activity");
         QTest::addColumn<QString>("category");
-        QTest::newRow("start word") << "开始 coding"
-                                    << "start"
-                                    << "coding"
-                                    << "工作";
-        QTest::newRow("in the middle of") << "在写论文"
-                                          << "start"
-                                          << "写论文"
-                                          << "学习";
-        QTest::newRow("cue as its own word") << "在 coding"
-                                             << "start"
-                                             << "coding"
-                                             << "工作";
-        QTest::newRow("gone to do") << "我去跑步了"
-                                    << "start"
-                                    << "跑步"
-                                    << "运动";
-        QTest::newRow("ongoing suffix") << "开会中"
-                                        << "start"
-                                        << "开会"
-                                        << "工作";
         QTest::newRow("bare verb gets its usual name") << "我要去睡了"
                                                        << "start"
                                                        << "睡觉"
                                                        << "睡眠";
-        QTest::newRow("stop word") << "结束"
-                                   << "stop"
-                                   << ""
-                                   << "";
-        QTest::newRow("stop names the activity") << "coding 结束"
-                                                 << "stop"
-                                                 << "coding"
-                                                 << "工作";
-        QTest::newRow("done with it") << "写完了"
-                                      << "stop"
-                                      << "写"
-                                      << "";
-        QTest::newRow("not any more") << "不写了"
-                                      << "stop"
-                                      << "写"
-                                      << "";
-        QTest::newRow("verb and object around a length") << "刚才开了两个小时会"
-                                                         << "manual"
-                                                         << "开会"
-                                                         << "工作";
         QTest::newRow("counts leave the activity") << "看了两集剧 大概一个半小时"
                                                    << "manual"
                                                    << "看剧"
@@ -68,10 +27,6 @@ private slots:
                                                       << "manual"
                                                       << "跑步"
                                                       << "运动";
-        QTest::newRow("took half an hour") << "刚刚做饭用了半小时"
-                                           << "manual"
-                                           << "做饭"
-                                           << "做饭";
         QTest::newRow("parking is not stopping") << "停车费 12"
                                                  << "unknown"
                                                  << "停车费 12"
@@ -84,10 +39,6 @@ private slots:
                                                           << "unknown"
                                                           << "在超市买牛奶 5"
                                                           << "";
-        QTest::newRow("chit-chat") << "今天天气不错"
-                                   << "unknown"
-                                   << "天气不错"
-                                   << "";
     }
     void timeActions()
     {
@@ -116,62 +67,18 @@ private slots:
         QCOMPARE(parse.date, QDate(2026, 5, 13));
     }
 
-    void rendersTheRelaysTimeObject()
-    {
-        const QJsonObject block = parseTime(u"晚上 11 点到 1 点 打游戏", contextAt()).toParsedJson();
-        QCOMPARE(block.value(QStringLiteral("action")).toString(), QStringLiteral("manual"));
-        QCOMPARE(block.value(QStringLiteral("activity")).toString(), QStringLiteral("打游戏"));
-        QCOMPARE(block.value(QStringLiteral("date")).toString(), QStringLiteral("2026-05-13"));
-        QCOMPARE(block.value(QStringLiteral("start_time")).toString(), QStringLiteral("23:00"));
-        QCOMPARE(block.value(QStringLiteral("end_time")).toString(), QStringLiteral("01:00"));
-        QCOMPARE(block.value(QStringLiteral("duration_min")).toDouble(), 120.0);
-        QCOMPARE(block.value(QStringLiteral("category")).toString(), QStringLiteral("娱乐"));
-        QVERIFY(!block.contains(QStringLiteral("error")));
-
-        const QJsonObject none = parseTime(u"你好", contextAt()).toParsedJson();
-        QCOMPARE(none.value(QStringLiteral("action")).toString(), QStringLiteral("unknown"));
-        QCOMPARE(none.value(QStringLiteral("error")).toString(), QStringLiteral("没有识别出时间记录"));
-        QVERIFY(!none.contains(QStringLiteral("start_time")));
-    }
-
     void intents_data()
     {
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("kind");
-        QTest::newRow("booking") << "今天午餐 50"
-                                 << "booking";
-        QTest::newRow("booking with items") << "超市 牛奶 5 面包 3.5"
-                                            << "booking";
-        QTest::newRow("time block") << "上午 9 点到 11 点 coding"
-                                    << "timeBlock";
-        QTest::newRow("time block by length") << "刚才睡了 1 小时"
-                                              << "timeBlock";
         QTest::newRow("a price beside a length is spending") << "打车 30 分钟 花了 25"
                                                              << "booking";
-        QTest::newRow("start") << "开始 coding"
-                               << "timeStart";
-        QTest::newRow("stop") << "结束"
-                              << "timeStop";
-        QTest::newRow("spending question") << "这个月花了多少"
-                                           << "query";
-        QTest::newRow("time question") << "今天做了什么"
-                                       << "query";
         QTest::newRow("report without a question word") << "上个月收入"
                                                         << "query";
         QTest::newRow("question about nothing we keep") << "周末去哪玩"
                                                         << "none";
-        QTest::newRow("delete with a reference") << "删掉刚才那笔"
-                                                 << "deleteLast";
-        QTest::newRow("delete alone") << "删了吧"
-                                      << "deleteLast";
         QTest::newRow("cancelling a subscription is not a delete") << "取消 Netflix 订阅"
                                                                    << "none";
-        QTest::newRow("edit amount") << "改成 60"
-                                     << "editLast";
-        QTest::newRow("greeting") << "你好"
-                                  << "none";
-        QTest::newRow("a day alone") << "明天要交作业"
-                                     << "none";
         QTest::newRow("blank") << "   "
                                << "none";
     }
@@ -197,20 +104,12 @@ private slots:
     {
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("expected"); // "domain from..to category flow"
-        QTest::newRow("this month's spending") << "这个月花了多少"
-                                               << "finance 2026-05-01..2026-05-31  expense";
         QTest::newRow("a category last week") << "上周吃饭花了多少？"
                                               << "finance 2026-05-04..2026-05-10 餐饮 expense";
         QTest::newRow("income") << "今年收入多少"
                                 << "finance 2026-01-01..2026-12-31  income";
         QTest::newRow("money without a period means this month") << "花了多少钱"
                                                                  << "finance 2026-05-01..2026-05-31  expense";
-        QTest::newRow("time today") << "今天做了什么"
-                                    << "time 2026-05-14..2026-05-14  all";
-        QTest::newRow("time of an activity") << "昨天学习了多久"
-                                             << "time 2026-05-13..2026-05-13 学习 all";
-        QTest::newRow("hours are time even with hua") << "昨天的时间都花在哪了"
-                                                      << "time 2026-05-13..2026-05-13  all";
         QTest::newRow("did I exercise") << "这周运动了吗"
                                         << "time 2026-05-11..2026-05-17 运动 all";
     }
@@ -235,28 +134,12 @@ private slots:
     {
         QTest::addColumn<QString>("sentence");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("amount") << "改成 60"
-                                << "amount=60";
         QTest::newRow("kuai is no currency change") << "改成60块"
                                                     << "amount=60";
-        QTest::newRow("amount with a currency") << "应该是 25 刀"
-                                                << "amount=25 currency=AUD";
-        QTest::newRow("after not right") << "不对，是 45"
-                                         << "amount=45";
-        QTest::newRow("currency alone") << "改成人民币"
-                                        << "currency=CNY";
-        QTest::newRow("category by name") << "分类改成交通"
-                                          << "category=交通";
         QTest::newRow("category by keyword") << "类别改成打车"
                                              << "category=交通";
-        QTest::newRow("date") << "日期改成上周五"
-                              << "date=2026-05-08";
         QTest::newRow("the last verb carries the value") << "错了 应该是昨天"
                                                          << "date=2026-05-13";
-        QTest::newRow("payer") << "改成 Sefa 付的"
-                               << "spender=Sefa";
-        QTest::newRow("both of us") << "改成我们一起的"
-                                    << "spender=shared";
         QTest::newRow("description") << "备注改成 生日聚餐"
                                      << "description=生日聚餐";
         QTest::newRow("clock range") << "时间改成 9 点到 10 点"

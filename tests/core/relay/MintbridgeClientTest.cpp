@@ -227,16 +227,6 @@ private slots:
         QCOMPARE(awaitTask(device.client().health()), healthy);
         QVERIFY(!peer.requests().at(0).headers.contains("authorization"));
     }
-
-    void healthOfTheRealRelay()
-    {
-        TestRelay relay;
-        RelayClientHarness device(relay.baseUrl());
-        QVERIFY(awaitTask(device.client().health()));
-        device.client().networkAccessManager()->clearConnectionCache();
-        relay.stop();
-        QVERIFY(!awaitTask(device.client().health()));
-    }
 };
 
 QTEST_GUILESS_MAIN(MintbridgeClientTest)

@@ -113,7 +113,6 @@ private slots:
         QTest::addColumn<QString>("situation");
         QTest::addColumn<QString>("storeMessage");
         QTest::newRow("not a time sentence") << u"今天午餐 50"_s << QString() << u"无法识别:没有识别出时间记录"_s;
-        QTest::newRow("length without clocks") << u"昨天跑步 1 小时"_s << QString() << u"无法识别:缺少开始或结束时间"_s;
         QTest::newRow("manual without a day")
             << u"上午 9 点到 11 点 coding"_s << u"no date"_s << u"manual 字段不全(activity/date/start/end)"_s;
         QTest::newRow("unknown action") << u"暂停一下"_s << u"pause"_s << u"未识别动作"_s;

