@@ -1,5 +1,7 @@
 #include "Migrations.h"
 
+#include "CaptureKeysSchema.h"
+
 namespace lumen::db {
 
 namespace {
@@ -250,6 +252,7 @@ const std::vector<Migration>& migrations()
         { 1, "accounts, households, tokens", kAccounts },
         { 2, "time ledger, pending items, finance ledger, lexicon", kLedgers },
         { 3, "chat sessions and their messages", kChatSessions },
+        { 7, "capture segment keys", kCaptureKeysSchema },
     };
     return all;
 }

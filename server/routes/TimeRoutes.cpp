@@ -122,7 +122,10 @@ void registerTimeRoutes(httplib::Server& server, RouteContext& context)
     server.Post("/time/manual",
         signedIn(context, [&backend](const AuthUser& user, const httplib::Request& req, httplib::Response& res) {
             const auto request = decodeBody<wire::TimeManualRequest>(req);
-            const wire::TimeEntry entry = backend.timeLedger().addManual(user.userId, request);
+            std::optional<QString> clientKey;
+            if (req.has_header("Idempotency-Key"))
+                clientKey = QString::fromStdString(req.get_header_value("Idempotency-Key"));
+            const wire::TimeEntry entry = backend.timeLedger().addManual(user.userId, request, clientKey);
             send(res, ManualAnswer { true, entry.duration_min.value_or(0), entry.id });
         }));
 

@@ -11,6 +11,8 @@
 
 #include "Lexicon.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <map>
 
@@ -69,6 +71,14 @@ QString checkedActivity(const QString& text)
     if (activity.size() > kMaxActivityLength)
         throw ApiError::unprocessable(QStringLiteral("活动名称最多 %1 个字").arg(kMaxActivityLength));
     return activity;
+}
+
+// Letters, digits and -_.: only, so a key is safe to log and to compare byte for byte.
+void checkedClientKey(const QString& key)
+{
+    static const QRegularExpression form(QStringLiteral("^[A-Za-z0-9._:-]{1,64}$"));
+    if (!form.match(key).hasMatch())
+        throw ApiError::unprocessable(QStringLiteral("Idempotency-Key 应为 1 到 64 个字母、数字或 -_.:"));
 }
 
 std::optional<QString> checkedNote(const std::optional<QString>& note)
@@ -186,8 +196,11 @@ wire::TimeEntry TimeLedgerService::insertIn(db::Connection& connection, qint64 u
     return *entryIn(connection, userId, connection.lastInsertId());
 }
 
-wire::TimeEntry TimeLedgerService::addManual(qint64 userId, const wire::TimeManualRequest& request)
+wire::TimeEntry TimeLedgerService::addManual(
+    qint64 userId, const wire::TimeManualRequest& request, const std::optional<QString>& clientKey)
 {
+    if (clientKey)
+        checkedClientKey(*clientKey);
     NewTimeEntry entry;
     entry.date = checkedDay(request.date);
     entry.startMinutes = checkedClock(request.start_time);
@@ -204,14 +217,51 @@ wire::TimeEntry TimeLedgerService::addManual(qint64 userId, const wire::TimeManu
     const Household household = m_households.householdOf(userId);
     db::Connection& connection = m_database.connection();
     db::Transaction transaction(connection);
+    if (clientKey) {
+        if (auto earlier = keyedEntryIn(connection, userId, *clientKey, entry))
+            return *earlier;
+    }
     if (request.category_id)
         requireCategoryIn(connection, household.id, *request.category_id);
     entry.categoryId = request.category_id;
     if (!entry.categoryId && !captured)
         entry.categoryId = guessCategoryIn(connection, userId, household.id, entry.activity);
     wire::TimeEntry written = insertIn(connection, userId, entry);
+    if (clientKey) {
+        connection
+            .prepare("INSERT INTO time_capture_keys (user_id, client_key, entry_id, duration_min, created_at) "
+                     "VALUES (:user, :key, :entry, :duration, :now)")
+            .bind(":user", userId)
+            .bind(":key", *clientKey)
+            .bind(":entry", written.id)
+            .bind(":duration", written.duration_min.value_or(0))
+            .bind(":now", m_clock->nowSecs())
+            .run();
+    }
     transaction.commit();
     return written;
+}
+
+std::optional<wire::TimeEntry> TimeLedgerService::keyedEntryIn(
+    db::Connection& connection, qint64 userId, const QString& clientKey, const NewTimeEntry& asked)
+{
+    auto query = connection.prepare(
+        "SELECT entry_id, duration_min FROM time_capture_keys WHERE user_id = :user AND client_key = :key");
+    query.bind(":user", userId).bind(":key", clientKey);
+    if (!query.step())
+        return std::nullopt;
+    const qint64 id = query.integer(0);
+    if (auto found = entryIn(connection, userId, id))
+        return found;
+    // The user has deleted it since: answer as before, and leave it deleted.
+    wire::TimeEntry gone;
+    gone.id = int(id);
+    gone.date = LocalClock::dayText(asked.date);
+    gone.start_time = LocalClock::clockText(asked.startMinutes);
+    gone.activity = asked.activity;
+    gone.source = asked.source;
+    gone.duration_min = query.real(1);
+    return gone;
 }
 
 wire::TimeConfirmResponse TimeLedgerService::update(

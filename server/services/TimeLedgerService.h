@@ -69,7 +69,9 @@ public:
     std::vector<wire::TimeEntry> list(qint64 userId, const TimeListQuery& query);
     wire::TimeEntry entry(qint64 userId, qint64 id);
     // Entries from a capture source wait for confirmation and take a learnt habit's category.
-    wire::TimeEntry addManual(qint64 userId, const wire::TimeManualRequest& request);
+    // A client key already seen for this user answers with the entry it made, and books nothing.
+    wire::TimeEntry addManual(
+        qint64 userId, const wire::TimeManualRequest& request, const std::optional<QString>& clientKey = std::nullopt);
     wire::TimeConfirmResponse update(qint64 userId, qint64 id, const wire::TimeEntryUpdateRequest& request);
     void remove(qint64 userId, qint64 id);
     // Confirmed entries of the days from..to, counted on the day each began.
@@ -87,6 +89,8 @@ public:
     // Building blocks inside the caller's transaction.
     wire::TimeEntry insertIn(db::Connection& connection, qint64 userId, const NewTimeEntry& entry);
     std::optional<wire::TimeEntry> entryIn(db::Connection& connection, qint64 userId, qint64 id);
+    std::optional<wire::TimeEntry> keyedEntryIn(
+        db::Connection& connection, qint64 userId, const QString& clientKey, const NewTimeEntry& asked);
     // `update` inside the caller's transaction; throws ApiError 404 when the entry is gone.
     wire::TimeConfirmResponse updateIn(db::Connection& connection, qint64 userId, qint64 householdId, qint64 id,
         const wire::TimeEntryUpdateRequest& request);
