@@ -11,8 +11,12 @@
 #include <QDebug>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
+
+// How stale the kept copy of the open segment may get: what a crash can cost at most.
+constexpr int kKeepOpenEverySec = 60;
 
 // Problems go to stderr when they appear or change, not every few seconds.
 void announce(const QStringList& before, const QStringList& now)
@@ -50,6 +54,12 @@ FocusProbe::FocusProbe(ForegroundSource& source, SegmentQueue& queue, SegmentDel
 
 void FocusProbe::start()
 {
+    try {
+        if (m_queue.recoverOpen())
+            std::fprintf(stderr, "[focus-probe] 上次没有正常退出：已补记当时未结束的片段\n");
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "[focus-probe] 未能补记上次未结束的片段：%s\n", error.what());
+    }
     tick();
     m_timer.start();
 }
@@ -57,7 +67,7 @@ void FocusProbe::start()
 void FocusProbe::tick()
 {
     const ProbeSample sample = m_source.sample();
-    enqueue(m_segmenter.observe(m_clock.now(), sample));
+    record(m_segmenter.observe(m_clock.now(), sample), false);
     writeHealth(sample);
     drainDetached(m_delivery);
 }
@@ -65,18 +75,28 @@ void FocusProbe::tick()
 void FocusProbe::stop()
 {
     m_timer.stop();
-    enqueue(m_segmenter.closeAll());
+    record(m_segmenter.closeAll(), true);
     writeHealth(ProbeSample {});
 }
 
-void FocusProbe::enqueue(std::vector<Segment> closed)
+void FocusProbe::record(const std::vector<Segment>& closed, bool closing)
 {
-    for (const Segment& segment : closed) {
-        try {
-            m_queue.enqueue(segmentRequest(segment, m_config.zone));
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "[focus-probe] 片段未能写入本地队列：%s\n", error.what());
-        }
+    const QDateTime now = m_clock.now();
+    const bool due = !m_openKeptAt || std::abs(m_openKeptAt->secsTo(now)) >= kKeepOpenEverySec;
+    if (closed.empty() && !closing && !due)
+        return;
+    std::vector<wire::TimeManualRequest> requests;
+    for (const Segment& segment : closed)
+        requests.push_back(segmentRequest(segment, m_config.zone));
+    std::optional<wire::TimeManualRequest> open;
+    if (const std::optional<Segment> live = m_segmenter.live();
+        !closing && live && live->lengthSec() >= m_segmenter.config().minimumSec)
+        open = segmentRequest(*live, m_config.zone);
+    try {
+        m_queue.record(requests, open);
+        m_openKeptAt = now;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "[focus-probe] 片段未能写入本地队列：%s\n", error.what());
     }
 }
 

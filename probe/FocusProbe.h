@@ -44,7 +44,8 @@ public:
     QStringList problems() const { return m_problems; }
 
 private:
-    void enqueue(std::vector<Segment> closed);
+    // Closed segments into the queue, and the open one kept beside them at least once a minute.
+    void record(const std::vector<Segment>& closed, bool closing);
     void writeHealth(const ProbeSample& sample);
 
     ForegroundSource& m_source;
@@ -57,4 +58,5 @@ private:
     Segmenter m_segmenter;
     QTimer m_timer;
     QStringList m_problems;
+    std::optional<QDateTime> m_openKeptAt;
 };

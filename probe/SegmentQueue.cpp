@@ -61,6 +61,10 @@ SegmentQueue::SegmentQueue(const QString& path)
                        " attempts INTEGER NOT NULL DEFAULT 0,"
                        " last_error TEXT,"
                        " queued_at INTEGER NOT NULL)"));
+    run(m_connectionName,
+        QStringLiteral("CREATE TABLE IF NOT EXISTS open_segment ("
+                       " id INTEGER PRIMARY KEY CHECK (id = 1),"
+                       " body BLOB NOT NULL)"));
 }
 
 SegmentQueue::~SegmentQueue()
@@ -78,6 +82,40 @@ QString SegmentQueue::enqueue(const wire::TimeManualRequest& request)
     run(m_connectionName, QStringLiteral("INSERT INTO segments (client_key, body, queued_at) VALUES (?, ?, ?)"),
         { key, wire::toBytes(request), QDateTime::currentSecsSinceEpoch() });
     return key;
+}
+
+void SegmentQueue::record(
+    const std::vector<wire::TimeManualRequest>& closed, const std::optional<wire::TimeManualRequest>& open)
+{
+    QSqlDatabase db = database(m_connectionName);
+    if (!db.transaction())
+        throw SegmentQueueError("segment queue: " + db.lastError().text().toStdString());
+    try {
+        for (const wire::TimeManualRequest& request : closed)
+            enqueue(request);
+        if (open) {
+            run(m_connectionName, QStringLiteral("INSERT OR REPLACE INTO open_segment (id, body) VALUES (1, ?)"),
+                { wire::toBytes(*open) });
+        } else {
+            run(m_connectionName, QStringLiteral("DELETE FROM open_segment"));
+        }
+    } catch (...) {
+        db.rollback();
+        throw;
+    }
+    if (!db.commit())
+        throw SegmentQueueError("segment queue: " + db.lastError().text().toStdString());
+}
+
+bool SegmentQueue::recoverOpen()
+{
+    QSqlQuery query = run(m_connectionName, QStringLiteral("SELECT body FROM open_segment WHERE id = 1"));
+    if (!query.next())
+        return false;
+    const wire::TimeManualRequest open = wire::fromBytes<wire::TimeManualRequest>(query.value(0).toByteArray());
+    query.finish();
+    record({ open }, std::nullopt);
+    return true;
 }
 
 std::optional<QueuedSegment> SegmentQueue::next() const

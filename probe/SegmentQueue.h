@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 namespace wire {
 struct TimeManualRequest;
@@ -38,6 +39,11 @@ public:
 
     // On disk before it returns; the key it was given.
     QString enqueue(const wire::TimeManualRequest& request);
+    // In one transaction: the closed segments join the queue and the open one replaces the
+    // kept copy (none clears it), so a crash between the two can neither lose nor double one.
+    void record(const std::vector<wire::TimeManualRequest>& closed, const std::optional<wire::TimeManualRequest>& open);
+    // After a crash: the open segment as last kept joins the queue. True when there was one.
+    bool recoverOpen();
     // The oldest segment still to send.
     std::optional<QueuedSegment> next() const;
     void markDelivered(const QString& clientKey);

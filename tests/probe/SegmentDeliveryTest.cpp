@@ -1,4 +1,7 @@
 #include "SegmentDelivery.h"
+#include "FocusProbe.h"
+#include "ForegroundSource.h"
+#include "HealthWriter.h"
 #include "ManualProbeClock.h"
 #include "SegmentPoster.h"
 #include "SegmentQueue.h"
@@ -36,6 +39,13 @@ wire::TimeManualRequest captured(const QString& start, const QString& end, const
     request.raw_note = u"{\"Code\":100}"_s;
     return request;
 }
+
+// A desktop that always shows the same window.
+class SteadySource final : public ForegroundSource {
+public:
+    ProbeSample sample() override { return { ForegroundWindow { u"Code"_s, u"code"_s, u"main.cpp"_s, 7 }, 0 }; }
+    SourceState state() const override { return { true, true, true, {} }; }
+};
 
 } // namespace
 
@@ -202,6 +212,52 @@ private slots:
         QCOMPARE(reopened.waitingCount(), 1);
         QCOMPARE(reopened.next()->clientKey, key);
         QCOMPARE(QFile(queuePath()).permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
+    }
+
+    // The copy of the open segment goes with the closed ones in one step: a crash at any
+    // point leaves each segment exactly once in the file.
+    void theOpenSegmentSurvivesACrashOnce()
+    {
+        m_queue->record({}, captured(u"09:00"_s, u"09:05"_s, u"Code"_s));
+        m_queue->record(
+            { captured(u"09:00"_s, u"09:10"_s, u"Code"_s) }, captured(u"09:10"_s, u"09:12"_s, u"Firefox"_s));
+        m_delivery.reset();
+        m_queue.reset();
+
+        SegmentQueue reopened(queuePath());
+        QVERIFY(reopened.recoverOpen());
+        QVERIFY(!reopened.recoverOpen());
+        QCOMPARE(reopened.waitingCount(), 2);
+        QCOMPARE(wire::fromBytes<wire::TimeManualRequest>(reopened.next()->body).end_time, u"09:10"_s);
+
+        reopened.record({}, captured(u"09:12"_s, u"09:20"_s, u"Firefox"_s));
+        reopened.record({ captured(u"09:12"_s, u"09:25"_s, u"Firefox"_s) }, std::nullopt);
+        QVERIFY(!reopened.recoverOpen());
+        QCOMPARE(reopened.waitingCount(), 3);
+    }
+
+    // The sensor killed without its orderly stop loses at most the last minute of what it saw.
+    void aKilledSensorBooksItsOpenSegmentAtTheNextStart()
+    {
+        SteadySource source;
+        HealthWriter health(HealthWriter::defaultPath(m_dir->path()));
+        SegmentDelivery offline(*m_queue, *m_poster, *m_clock, [] { return std::optional<QString>(); });
+        {
+            FocusProbe probe(source, *m_queue, offline, health, *m_clock, {});
+            for (int t = 0; t < 200; t += 5) {
+                probe.tick();
+                m_clock->advance(5);
+            }
+            QCOMPARE(m_queue->waitingCount(), 0);
+        } // gone without stop()
+        FocusProbe next(source, *m_queue, offline, health, *m_clock, {});
+        next.start();
+        next.stop(); // one look: nothing of its own to book
+        QCOMPARE(m_queue->waitingCount(), 1);
+        // 09:00 UTC is 20:00 in Melbourne; the copy was last kept at 180 s.
+        const auto recovered = wire::fromBytes<wire::TimeManualRequest>(m_queue->next()->body);
+        QCOMPARE(recovered.start_time + u"-"_s + recovered.end_time, u"20:00-20:03"_s);
+        QCOMPARE(recovered.activity, u"Code · main.cpp"_s);
     }
 
     void backoff_data()
