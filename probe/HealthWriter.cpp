@@ -1,11 +1,10 @@
 #include "HealthWriter.h"
 
-#include <QDir>
-#include <QFileInfo>
+#include "PrivateFile.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 namespace {
 
@@ -60,18 +59,7 @@ QByteArray HealthWriter::encode(const HealthReport& report)
 
 bool HealthWriter::write(const HealthReport& report)
 {
-    QDir().mkpath(QFileInfo(m_path).absolutePath());
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        m_problem = QStringLiteral("无法写入状态文件 %1：%2").arg(m_path, file.errorString());
-        return false;
-    }
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(encode(report));
-    if (!file.commit()) {
-        m_problem = QStringLiteral("无法写入状态文件 %1：%2").arg(m_path, file.errorString());
-        return false;
-    }
-    m_problem.clear();
-    return true;
+    const QString error = writePrivateFile(m_path, encode(report));
+    m_problem = error.isEmpty() ? QString() : QStringLiteral("无法写入状态文件 %1：%2").arg(m_path, error);
+    return error.isEmpty();
 }

@@ -1,9 +1,8 @@
 #include "ProbeCredentials.h"
 
-#include <QDir>
+#include "PrivateFile.h"
+
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 ProbeCredentials::ProbeCredentials(QString path)
@@ -46,18 +45,7 @@ std::optional<QString> ProbeCredentials::read()
 
 bool ProbeCredentials::write(const QString& token)
 {
-    QDir().mkpath(QFileInfo(m_path).absolutePath());
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        m_problem = QStringLiteral("无法写入凭据文件 %1：%2").arg(m_path, file.errorString());
-        return false;
-    }
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(token.toUtf8() + '\n');
-    if (!file.commit()) {
-        m_problem = QStringLiteral("无法写入凭据文件 %1：%2").arg(m_path, file.errorString());
-        return false;
-    }
-    m_problem.clear();
-    return true;
+    const QString error = writePrivateFile(m_path, token.toUtf8() + '\n');
+    m_problem = error.isEmpty() ? QString() : QStringLiteral("无法写入凭据文件 %1：%2").arg(m_path, error);
+    return error.isEmpty();
 }
