@@ -1,5 +1,7 @@
 #include "X11ForegroundSource.h"
 
+#include "ApplicationName.h"
+
 #include <QFile>
 
 #include <xcb/screensaver.h>
@@ -15,16 +17,6 @@ template<class T> struct FreeDeleter {
 };
 template<class T> using Reply = std::unique_ptr<T, FreeDeleter<T>>;
 
-// Programs of this system that the ledger names by their own names.
-QString selfName(const QString& processName)
-{
-    if (processName == QStringLiteral("velmaros"))
-        return QStringLiteral("Velmar OS");
-    if (processName == QStringLiteral("focus-probe"))
-        return QStringLiteral("focus-probe");
-    return {};
-}
-
 QString processName(qint64 pid)
 {
     if (pid <= 0)
@@ -33,13 +25,6 @@ QString processName(qint64 pid)
     if (!comm.open(QIODevice::ReadOnly))
         return {};
     return QString::fromUtf8(comm.readAll()).trimmed();
-}
-
-// "Google-chrome" reads as "Google chrome", which the review rules match ignoring case.
-QString readableClass(QString name)
-{
-    name.replace(u'-', u' ').replace(u'_', u' ');
-    return name.trimmed();
 }
 
 } // namespace
@@ -188,13 +173,9 @@ ProbeSample X11ForegroundSource::sample()
         foreground.appClass = className.isEmpty() ? instance : className;
         foreground.pid = x.cardinal(window, x.wmPid, XCB_ATOM_CARDINAL).value_or(0);
         const QString process = processName(foreground.pid);
-        foreground.appName = selfName(process);
-        if (!foreground.appName.isEmpty())
+        foreground.appName = applicationName(foreground.appClass, process);
+        if (isOwnProgram(process))
             foreground.title.clear(); // the review skips the system's own time by its bare name
-        else
-            foreground.appName = readableClass(foreground.appClass);
-        if (foreground.appName.isEmpty())
-            foreground.appName = process;
         if (!foreground.appName.isEmpty() || !foreground.title.isEmpty())
             sample.window = foreground;
     }

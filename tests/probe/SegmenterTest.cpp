@@ -1,4 +1,5 @@
 #include "Segmenter.h"
+#include "ApplicationName.h"
 
 #include "time/TimeDomainModels.h"
 
@@ -142,6 +143,30 @@ private slots:
         QCOMPARE(live->start, t0);
         QCOMPARE(live->end, t0.addSecs(5));
         QCOMPARE(live->title, u"main.cpp"_s);
+    }
+
+    void applicationNames_data()
+    {
+        QTest::addColumn<QString>("windowClass");
+        QTest::addColumn<QString>("process");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("the ESR browser under the name the review knows")
+            << u"firefox-esr"_s << u"firefox-esr"_s << u"Firefox"_s;
+        QTest::newRow("a known class whatever its case") << u"Google-chrome"_s << u"chrome"_s << u"Google Chrome"_s;
+        QTest::newRow("the messenger's desktop class") << u"TelegramDesktop"_s << u"telegram-deskto"_s << u"Telegram"_s;
+        QTest::newRow("this client by its process, whatever its class")
+            << u"VelmarOS"_s << u"velmaros"_s << u"Velmar OS"_s;
+        QTest::newRow("another class made readable")
+            << u"Gnome-terminal"_s << u"gnome-terminal-"_s << u"Gnome terminal"_s;
+        QTest::newRow("no class: the process") << u""_s << u"xterm"_s << u"Xterm"_s;
+        QTest::newRow("neither") << u""_s << u""_s << u""_s;
+    }
+    void applicationNames()
+    {
+        QFETCH(QString, windowClass);
+        QFETCH(QString, process);
+        QFETCH(QString, name);
+        QCOMPARE(applicationName(windowClass, process), name);
     }
 
     void ledgerForm_data()
