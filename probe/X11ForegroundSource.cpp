@@ -179,6 +179,10 @@ ProbeSample X11ForegroundSource::sample()
         if (!foreground.appName.isEmpty() || !foreground.title.isEmpty())
             sample.window = foreground;
     }
+    // Errors of replies asked without an error slot (a window closed mid-look) arrive as
+    // events; nobody else reads them, so they are dropped here before they pile up.
+    while (xcb_generic_event_t* event = xcb_poll_for_event(x.xcb))
+        std::free(event);
     if (xcb_connection_has_error(x.xcb)) {
         // The display went away mid-look: say so now, reach for it again at the next look.
         m_connection.reset();

@@ -91,6 +91,11 @@ public:
         return ready.startsWith("ready ") ? xcb_window_t(ready.mid(6).toULongLong()) : 0;
     }
     qint64 lastPid() const { return m_windows.back()->processId(); }
+    void closeLast()
+    {
+        m_windows.back()->kill();
+        m_windows.back()->waitForFinished();
+    }
 
     // What a window manager does when the user picks a window; without one, the focus alone.
     void activate(xcb_window_t window, bool asWindowManager)
@@ -240,6 +245,12 @@ private slots:
         QCOMPARE(booked.size(), 2);
         QCOMPARE(booked[0], u"20:00-20:02 %1 · 草稿甲"_s.arg(draftApp));
         QVERIFY2(booked[1].startsWith(u"20:02-20:04 "_s) && booked[1].endsWith(u" · 收件箱"_s), qPrintable(booked[1]));
+
+        // The active window goes away: no window, no stale name, and the display still answers.
+        display.closeLast();
+        for (int look = 0; look < 3; ++look)
+            QVERIFY(!source.sample().window);
+        QVERIFY(source.state().windowReadable);
     }
 };
 
