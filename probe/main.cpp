@@ -134,8 +134,12 @@ int run(QCoreApplication& app, QNetworkAccessManager& network, const Options& op
     FocusProbeConfig config;
     config.sampleIntervalMs = options.intervalSec * 1000;
     config.segmenter.maxGapSec = std::max(60, options.intervalSec * 6);
-    FocusProbe probe(
-        source, *queue, delivery, health, clock, [&credentials] { return credentials.problem(); }, config);
+    // Read at every heartbeat, so a missing or fixed token shows before any segment waits.
+    auto credentialProblem = [&credentials] {
+        credentials.read();
+        return credentials.problem();
+    };
+    FocusProbe probe(source, *queue, delivery, health, clock, credentialProblem, config);
 
     if (::pipe(signalPipe) == 0) {
         std::signal(SIGTERM, onSignal);
