@@ -260,23 +260,6 @@ private slots:
         QCOMPARE(recovered.activity, u"Code · main.cpp"_s);
     }
 
-    void backoff_data()
-    {
-        QTest::addColumn<int>("failures");
-        QTest::addColumn<int>("seconds");
-        QTest::newRow("no failure, no wait") << 0 << 0;
-        QTest::newRow("first failure") << 1 << 2;
-        QTest::newRow("doubling") << 4 << 16;
-        QTest::newRow("capped at five minutes") << 9 << 300;
-        QTest::newRow("a long outage does not overflow") << 100000 << 300;
-    }
-    void backoff()
-    {
-        QFETCH(int, failures);
-        QFETCH(int, seconds);
-        QCOMPARE(SegmentDelivery::backoffSec(failures), seconds);
-    }
-
 private:
     QString queuePath() const { return m_dir->filePath(u"queue.sqlite"_s); }
 

@@ -152,14 +152,11 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::newRow("the ESR browser under the name the review knows")
             << u"firefox-esr"_s << u"firefox-esr"_s << u"Firefox"_s;
-        QTest::newRow("a known class whatever its case") << u"Google-chrome"_s << u"chrome"_s << u"Google Chrome"_s;
         QTest::newRow("the messenger's desktop class") << u"TelegramDesktop"_s << u"telegram-deskto"_s << u"Telegram"_s;
         QTest::newRow("this client by its process, whatever its class")
             << u"VelmarOS"_s << u"velmaros"_s << u"Velmar OS"_s;
         QTest::newRow("another class made readable")
             << u"Gnome-terminal"_s << u"gnome-terminal-"_s << u"Gnome terminal"_s;
-        QTest::newRow("no class: the process") << u""_s << u"xterm"_s << u"Xterm"_s;
-        QTest::newRow("neither") << u""_s << u""_s << u""_s;
     }
     void applicationNames()
     {
