@@ -2,6 +2,8 @@
 
 #include "Numerals.h"
 
+#include <cmath>
+
 namespace language {
 
 namespace {
@@ -47,16 +49,23 @@ constexpr Word prefixWords[] = {
     { u"美金", u"USD" },
 };
 
-// Words that count things; a number right before one is a quantity.
-constexpr const char16_t* longUnits[] = { u"个人", u"公斤", u"公里", u"千克", u"毫升", u"小时", u"分钟", u"星期",
-    u"个月", u"平米", u"平方", u"kg", u"km", u"ml", u"pcs", u"cm", u"mm", u"gb", u"tb", u"mb", u"kwh" };
+// Words that count or measure things; a number right before one is a quantity.
+constexpr const char16_t* longUnits[]
+    = { u"个人", u"公斤", u"公里", u"千克", u"毫升", u"公升", u"小时", u"分钟", u"星期", u"个月", u"平米", u"平方",
+          u"单元", u"kcal", u"kwh", u"mah", u"kg", u"km", u"ml", u"pcs", u"cm", u"mm", u"gb", u"tb", u"mb", u"kb",
+          u"lbs", u"lb", u"oz", u"steps", u"step", u"sets", u"reps", u"times", u"cal", u"g", u"l", u"m" };
 constexpr char16_t shortUnits[] = u"个杯瓶斤份张次件袋盒包只条双本支罐碗人位天晚夜岁楼层米周月年折克升度倍期集节顿趟片"
-                                  u"颗根箱套间台部辆束朵盆桌场局遍页章点分秒听串栋寸码%";
+                                  u"颗根箱套间台部辆束朵盆桌场局遍页章点分秒听串栋寸码步组课名届轮批%";
 // Counting words that rarely begin another word, so they count even when spaced away from the
-// number ("买了 3 斤苹果"); the others must be glued to it or stand alone ("20 晚饭" is not 20 nights).
-constexpr char16_t spacedUnits[] = u"斤杯瓶张件袋盒只双支罐碗颗根箱串束朵盆";
-// Words that make a number part of a name ("3号线", "903路"): neither money nor a count.
-constexpr char16_t namingWords[] = u"号路";
+// number ("买了 3 斤苹果"); the others must be glued to it, stand alone, or begin no word of
+// the household's lexicon ("4 天交房租" counts days, "20 晚饭" does not count evenings).
+constexpr char16_t spacedUnits[] = u"斤杯瓶张件袋盒只双支罐碗颗根箱串束朵盆步";
+// Words that begin with a counting character but count nothing.
+constexpr const char16_t* notCounts[] = { u"人均", u"人民币", u"天气", u"点心", u"晚上", u"周末", u"月底", u"月初",
+    u"年底", u"年初", u"年费", u"月费", u"月卡", u"年卡", u"次卡", u"期间", u"部分", u"份子", u"本来", u"本月", u"本周",
+    u"条件", u"包括", u"度假", u"分钟", u"个月", u"点外卖" };
+// Words that turn the number before them into a name: a bus route, a line, a house number.
+constexpr char16_t namingWords[] = u"路号";
 
 bool isShortUnit(QChar c)
 {
@@ -110,33 +119,6 @@ bool matchWord(const MarkedText& text, qsizetype pos, QStringView word)
             return false;
     }
     return true;
-}
-
-// Length of a counting word after a number ending at `end`, 0 when there is none.
-qsizetype quantityUnitAt(const MarkedText& text, qsizetype end)
-{
-    const qsizetype at = text.skipSpaces(end);
-    if (at >= text.size() || !text.isFree(at))
-        return 0;
-    for (const char16_t* unit : longUnits) {
-        const QStringView word(unit);
-        if (text.startsWithAt(at, word)
-            && (!chars::isLatin(word.front()) || latinBoundaryAfter(text, at + word.size())))
-            return at + word.size() - end;
-    }
-    const QChar c = text.folded().at(at);
-    if (!isShortUnit(c))
-        return 0;
-    // Spaced away from the number, a counting word must stand alone ("2 张 36"); otherwise it is
-    // the start of the next word ("20 晚饭").
-    const bool glued = at == end;
-    const qsizetype next = at + 1;
-    const bool alone
-        = next >= text.size() || chars::isSeparator(text.text(), next) || chars::isDigit(text.folded().at(next));
-    bool unambiguous = false;
-    for (char16_t u : spacedUnits)
-        unambiguous = unambiguous || (u != 0 && c.unicode() == u);
-    return (glued || alone || unambiguous) ? next - end : 0;
 }
 
 struct Fraction {
@@ -195,6 +177,27 @@ Fraction fractionAfter(const MarkedText& text, qsizetype pos)
     return fraction;
 }
 
+// "2 movie tickets 36", "3 coffees 13.5": a small number that opens the sentence, a word after
+// it and a price further on counts the things bought.
+bool leadingCount(const MarkedText& text, qsizetype pos, qsizetype end, const NumberRead& number)
+{
+    const QString& f = text.folded();
+    if (number.chinese || number.value > 99 || number.value != std::floor(number.value))
+        return false;
+    for (qsizetype i = 0; i < pos; ++i) {
+        if (isContent(text.markAt(i)) && !f.at(i).isSpace())
+            return false;
+    }
+    const qsizetype word = text.skipSpaces(end);
+    if (word == end || word >= f.size() || !chars::isLatin(f.at(word)) || !text.isFree(word))
+        return false;
+    for (qsizetype i = word; i < f.size(); ++i) {
+        if (chars::isDigit(f.at(i)) && text.isFree(i))
+            return true;
+    }
+    return false;
+}
+
 bool isNumberStart(const MarkedText& text, qsizetype pos)
 {
     const QChar c = text.folded().at(pos);
@@ -209,6 +212,42 @@ bool isNumberStart(const MarkedText& text, qsizetype pos)
 }
 
 } // namespace
+
+// Length of a counting word after a number ending at `end`, 0 when there is none.
+qsizetype AmountScanner::quantityUnitAt(const MarkedText& text, qsizetype end) const
+{
+    const qsizetype at = text.skipSpaces(end);
+    if (at >= text.size() || !text.isFree(at))
+        return 0;
+    for (const char16_t* unit : longUnits) {
+        const QStringView word(unit);
+        // A one-letter unit must be glued to its number ("2l", "500g"); "5 m" is left alone.
+        if (word.size() == 1 && at != end)
+            continue;
+        if (text.startsWithAt(at, word)
+            && (!chars::isLatin(word.front()) || latinBoundaryAfter(text, at + word.size())))
+            return at + word.size() - end;
+    }
+    const QChar c = text.folded().at(at);
+    if (!isShortUnit(c))
+        return 0;
+    const qsizetype next = at + 1;
+    if (at == end || next >= text.size() || chars::isSeparator(text.text(), next)
+        || chars::isDigit(text.folded().at(next)) || !text.isFree(next))
+        return next - end;
+    for (char16_t u : spacedUnits) {
+        if (u != 0 && c.unicode() == u)
+            return next - end;
+    }
+    const QStringView rest = QStringView(text.folded()).mid(at);
+    for (const char16_t* word : notCounts) {
+        if (rest.startsWith(QStringView(word)))
+            return 0;
+    }
+    if (m_lexicon.financeWordLengthAt(rest) >= 2 || m_lexicon.timeWordLengthAt(rest) >= 2)
+        return 0;
+    return next - end;
+}
 
 std::optional<CurrencyWord> AmountScanner::suffixAt(const MarkedText& text, qsizetype pos)
 {
@@ -301,13 +340,20 @@ QList<AmountMention> AmountScanner::scan(MarkedText& text) const
         }
 
         if (!mention.currencySaid) {
-            if (end < f.size() && isNamingWord(f.at(end))) {
-                i = end;
+            if (const qsizetype word = text.skipSpaces(end);
+                word < f.size() && text.isFree(word) && isNamingWord(f.at(word))) {
+                text.mark(numberPos, word + 1 - numberPos, Mark::identifier); // "903 路", "3 号线"
+                i = word;
                 continue;
             }
             if (const qsizetype unit = quantityUnitAt(text, end); unit > 0) {
                 text.mark(numberPos, end + unit - numberPos, Mark::quantity);
                 i = end + unit - 1;
+                continue;
+            }
+            if (leadingCount(text, numberPos, end, *number)) {
+                text.mark(numberPos, end - numberPos, Mark::quantity);
+                i = end - 1;
                 continue;
             }
             if (number->chinese) {

@@ -1,8 +1,9 @@
 #pragma once
 
-// Money in a sentence. A number becomes an amount when it carries a currency word before or
-// after it, or when nothing else claims it; numbers that count things ("2 张", "两晚", "3kg")
-// are marked as quantities and never become money.
+// Money in a sentence. A number with a currency word before or after it is an amount; a bare
+// number nothing else claimed is only a candidate, which becomes money when the sentence has the
+// shape of a booking (see BookingShape). Numbers that count or measure things ("2 张", "两晚",
+// "3kg", "4 天", "18%") are marked as quantities and never become money.
 //
 //   default currency   a bare number, "块", "块钱" (and the 毛/角 after them: "三块五" is 3.5)
 //   CNY                "元", "人民币", "RMB", "¥", "CNY"
@@ -12,6 +13,7 @@
 // A number in Chinese numerals without a currency word counts only when it stands alone
 // ("午饭五十"), so 一起, 三明治 and 五花肉 keep their meaning.
 
+#include "Lexicon.h"
 #include "MarkedText.h"
 
 #include <QList>
@@ -38,8 +40,10 @@ struct CurrencyWord {
 
 class AmountScanner {
 public:
-    explicit AmountScanner(QString defaultCurrency)
+    // The lexicon tells a counting word from the start of the next word ("20 晚饭").
+    AmountScanner(QString defaultCurrency, const Lexicon& lexicon)
         : m_defaultCurrency(std::move(defaultCurrency))
+        , m_lexicon(lexicon)
     {
     }
 
@@ -52,7 +56,10 @@ public:
     static std::optional<CurrencyWord> prefixAt(const MarkedText& text, qsizetype pos);
 
 private:
+    qsizetype quantityUnitAt(const MarkedText& text, qsizetype end) const;
+
     QString m_defaultCurrency;
+    const Lexicon& m_lexicon;
 };
 
 } // namespace language

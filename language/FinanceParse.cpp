@@ -11,8 +11,23 @@ QString problemText(FinanceProblem problem)
         return QStringLiteral("句子是空的");
     case FinanceProblem::noAmount:
         return QStringLiteral("没有找到金额");
+    case FinanceProblem::question:
+        return QStringLiteral("这是一个问题，不是一笔账，没有记账");
+    case FinanceProblem::plan:
+        return QStringLiteral("这是计划或预算，钱还没花，没有记账");
+    case FinanceProblem::reminder:
+        return QStringLiteral("这是提醒，钱还没付，没有记账");
+    case FinanceProblem::priceChange:
+        return QStringLiteral("这是价格变动或折扣，不是一笔花费，没有记账");
+    case FinanceProblem::measurement:
+        return QStringLiteral("这是测量数据，不是一笔账，没有记账");
     }
     return {};
+}
+
+bool isNonBooking(FinanceProblem problem)
+{
+    return problem != FinanceProblem::emptySentence && problem != FinanceProblem::noAmount;
 }
 
 QString FinanceParse::error() const

@@ -20,8 +20,12 @@ struct FinanceItem {
     bool operator==(const FinanceItem&) const = default;
 };
 
-// Why a sentence is not a booking.
-enum class FinanceProblem { emptySentence, noAmount };
+// Why a sentence is not a booking. The last five are sentences that name money without spending
+// it: they never book, whatever their numbers.
+enum class FinanceProblem { emptySentence, noAmount, question, plan, reminder, priceChange, measurement };
+
+// True for a sentence that is about something other than money spent or received.
+bool isNonBooking(FinanceProblem problem);
 
 struct FinanceParse {
     std::optional<double> amount; // the total; with items, the stated total or their sum

@@ -1,11 +1,9 @@
 #include "FinanceParser.h"
 
 #include "AmountScanner.h"
-#include "ClockScanner.h"
+#include "BookingShape.h"
 #include "ContentWords.h"
-#include "DateScanner.h"
 #include "Numerals.h"
-#include "SpenderScanner.h"
 
 #include <algorithm>
 #include <cmath>
@@ -75,30 +73,27 @@ std::pair<QString, QString> splitAtPurchase(const QString& label)
 
 FinanceParse FinanceParser::parse(QStringView sentence) const
 {
+    return parse(SentenceScan::of(sentence, m_context));
+}
+
+FinanceParse FinanceParser::parse(const SentenceScan& scan) const
+{
     FinanceParse out;
     const Lexicon& lexicon = m_context.words();
     const QDate today = m_context.today();
     out.date = today;
     out.currency = m_context.defaultCurrency;
-    if (sentence.trimmed().isEmpty()) {
+    if (scan.text.text().trimmed().isEmpty()) {
         out.problem = FinanceProblem::emptySentence;
         return out;
     }
 
-    MarkedText text(sentence);
-    const DateScanner dates(today);
-    const DateFindings when = dates.scan(text);
-    if (when.day)
-        out.date = *when.day;
-    const ClockScanner clocks;
-    clocks.scan(text);
-    clocks.scanDuration(text);
-    dates.scanPeriod(text);
-    for (QStringView word : { u"刚才", u"刚刚" })
-        text.take(word, Mark::marker);
-    out.spender = SpenderScanner(m_context.members).scan(text);
+    MarkedText text = scan.text;
+    if (scan.when.day)
+        out.date = *scan.when.day;
+    out.spender = scan.spender;
     const qsizetype totalEnd = takeTotalMarker(text);
-    QList<AmountMention> amounts = AmountScanner(m_context.defaultCurrency).scan(text);
+    QList<AmountMention> amounts = scan.amounts;
 
     const ContentWords words(lexicon, ContentWords::Role::description);
     auto finishCategory = [&] {
@@ -112,8 +107,19 @@ FinanceParse FinanceParser::parse(QStringView sentence) const
         return out.category != Lexicon::otherExpense();
     };
 
+    // Numbers that are not money go back to the words around them.
+    auto dropAmounts = [&] {
+        for (const AmountMention& m : amounts)
+            text.mark(m.pos, m.len, Mark::free);
+        amounts.clear();
+    };
+    const auto refusal = BookingShape::refusal(text, scan.when, today);
+    const BookingShape::Evidence evidence
+        = refusal ? BookingShape::Evidence::none : BookingShape::evidence(text, amounts, lexicon);
+    if (evidence == BookingShape::Evidence::none)
+        dropAmounts();
     if (amounts.isEmpty()) {
-        out.problem = FinanceProblem::noAmount;
+        out.problem = refusal.value_or(FinanceProblem::noAmount);
         out.description = words.phrase(text.freeChunks());
         finishCategory();
         return out;
@@ -138,7 +144,13 @@ FinanceParse FinanceParser::parse(QStringView sentence) const
         }
     }
 
+    // How sure the reading starts out: a currency word or a word of the lexicon settles that a
+    // number is money; a verb of paying or a neighbouring word only suggests it.
     double confidence = 0.95;
+    if (evidence == BookingShape::Evidence::verb)
+        confidence = 0.8;
+    else if (evidence == BookingShape::Evidence::thing)
+        confidence = 0.7;
     auto currencyOf = [&](const QList<AmountMention>& mentions) {
         for (const AmountMention& m : mentions) {
             if (m.explicitCurrency)

@@ -64,6 +64,8 @@ struct Intent {
     std::optional<Query> query;
     std::optional<Edit> edit;
     RecordDomain target = RecordDomain::any;
+    // Set when the sentence names money without spending it and nothing else came of it.
+    std::optional<FinanceProblem> refusal;
     double confidence = 0;
 };
 

@@ -6,6 +6,7 @@
 #include "FinanceParser.h"
 #include "Lexicon.h"
 #include "MarkedText.h"
+#include "SentenceScan.h"
 #include "SpenderScanner.h"
 #include "TimeParser.h"
 
@@ -24,20 +25,21 @@ constexpr const char16_t* politeWords[]
 constexpr const char16_t* editVerbs[] = { u"修改为", u"修改成", u"更正为", u"改成", u"改为", u"改到", u"换成",
     u"应该是", u"其实是", u"写错了", u"改一下", u"不对", u"错了" };
 
-constexpr const char16_t* questionWords[]
-    = { u"多少", u"多久", u"几个小时", u"几小时", u"几次", u"什么", u"啥", u"干嘛", u"哪些", u"哪里", u"哪儿", u"哪",
-          u"吗", u"怎么", u"如何", u"统计", u"汇总", u"总结", u"查一下", u"查查", u"看看", u"列出", u"?" };
+constexpr const char16_t* questionWords[] = { u"多少", u"多久", u"几个小时", u"几小时", u"几次", u"什么", u"啥",
+    u"干嘛", u"哪些", u"哪里", u"哪儿", u"哪", u"吗", u"怎么", u"如何", u"统计", u"汇总", u"总结", u"查一下", u"查查",
+    u"看看", u"列出", u"?", u"how much", u"how long", u"how many", u"what did" };
 // Checked first: a question about hours is about time even when it says 花 ("时间都花在哪了").
-constexpr const char16_t* timeQuestionWords[] = { u"时间", u"多久", u"小时", u"时长", u"做了", u"干了", u"干嘛",
-    u"忙了", u"忙什么", u"干啥", u"做啥", u"哪些事", u"什么事" };
+constexpr const char16_t* timeQuestionWords[]
+    = { u"时间", u"多久", u"小时", u"时长", u"做了", u"干了", u"干嘛", u"忙了", u"忙什么", u"干啥", u"做啥", u"哪些事",
+          u"什么事", u"how long", u"how many hours", u"what did i do", u"what did we do" };
 constexpr const char16_t* moneyQuestionWords[] = { u"花", u"消费", u"支出", u"开销", u"开支", u"钱", u"收入", u"赚",
-    u"账", u"预算", u"余额", u"费", u"进账", u"多少" };
+    u"账", u"预算", u"余额", u"费", u"进账", u"多少", u"how much", u"spend", u"spent" };
 // Nouns that make a statement with a period a question ("上个月收入", "今天学习时间").
 constexpr const char16_t* reportNouns[]
     = { u"收入", u"支出", u"开销", u"开支", u"消费", u"花销", u"花费", u"时间", u"时长" };
 // Taken out before looking for a category, so that 收入 or 花 do not name one.
 constexpr const char16_t* moneyDomainWords[] = { u"多少钱", u"花了", u"花", u"消费", u"支出", u"开销", u"开支", u"收入",
-    u"进账", u"赚了", u"赚", u"多少", u"钱" };
+    u"进账", u"赚了", u"赚", u"多少", u"钱", u"how much", u"spend", u"spent" };
 
 template<size_t N> bool containsAny(const QString& folded, const char16_t* const (&words)[N])
 {
@@ -85,20 +87,13 @@ qsizetype editVerbEnd(const QString& folded)
 
 } // namespace
 
-bool IntentClassifier::saysPeriod(QStringView sentence) const
-{
-    MarkedText text(sentence);
-    const DateFindings when = DateScanner(m_context.today()).scan(text);
-    return when.day || when.range;
-}
-
 Intent IntentClassifier::classify(QStringView sentence) const
 {
     Intent intent;
-    intent.finance = FinanceParser(m_context).parse(sentence);
-    intent.time = TimeParser(m_context).parse(sentence);
-    const MarkedText text(sentence);
-    const QString& folded = text.folded();
+    const SentenceScan scan = SentenceScan::of(sentence, m_context);
+    intent.finance = FinanceParser(m_context).parse(scan);
+    intent.time = TimeParser(m_context).parse(scan);
+    const QString& folded = scan.text.folded();
     if (folded.trimmed().isEmpty())
         return intent;
 
@@ -118,22 +113,35 @@ Intent IntentClassifier::classify(QStringView sentence) const
         intent.edit = edit;
         return intent;
     }
-    const bool asked = containsAny(folded, questionWords);
+    const std::optional<FinanceProblem> problem = intent.finance.problem;
+    if (problem && isNonBooking(*problem))
+        intent.refusal = problem;
+    const bool saysPeriod = scan.when.day || scan.when.range;
+    const bool asked = containsAny(folded, questionWords) || problem == FinanceProblem::question;
     // A period and a report noun ask without a question word: "上个月收入", "今天学习时间".
-    const bool reported = containsAny(folded, reportNouns) && saysPeriod(sentence);
-    if ((asked || reported) && !intent.finance.amount) {
-        if (auto query = readQuery(sentence)) {
-            intent.kind = IntentKind::query;
-            intent.query = query;
-            intent.confidence = 0.85;
+    const bool reported = containsAny(folded, reportNouns) && saysPeriod;
+    if ((asked || reported) && !intent.finance.isBooking()) {
+        // A question that quotes a figure is about the ledger only when it names a period: "上个
+        // 月电费是不是 180" is, "3 个人分 240 每人多少" is arithmetic.
+        const bool quotesFigure = !scan.amounts.isEmpty();
+        if (!quotesFigure || saysPeriod) {
+            if (auto query = readQuery(sentence)) {
+                intent.kind = IntentKind::query;
+                intent.query = query;
+                intent.refusal.reset();
+                intent.confidence = 0.85;
+                return intent;
+            }
+        }
+        if (intent.time.action == TimeAction::unknown || intent.time.problem) {
+            intent.confidence = 0.9;
             return intent;
         }
-        intent.confidence = 0.2;
-        return intent;
     }
     if (intent.time.action == TimeAction::manual && !intent.time.problem && !intent.finance.isBooking()) {
         intent.kind = IntentKind::timeBlock;
         intent.confidence = intent.time.confidence;
+        intent.refusal.reset();
         return intent;
     }
     if (intent.finance.isBooking()) {
@@ -152,8 +160,11 @@ Intent IntentClassifier::classify(QStringView sentence) const
         intent.kind = IntentKind::timeBlock;
         break;
     case TimeAction::unknown:
+        // A sentence that names money without spending it is answered with why, surely.
+        intent.confidence = intent.refusal ? 0.9 : 0;
         return intent;
     }
+    intent.refusal.reset();
     intent.confidence = intent.time.confidence;
     return intent;
 }
@@ -233,7 +244,7 @@ Edit IntentClassifier::readEdit(QStringView sentence) const
     ClockScanner().scan(text);
     ClockScanner().scanDuration(text);
     edit.spender = SpenderScanner(m_context.members).scan(text);
-    const AmountScanner amounts(m_context.defaultCurrency);
+    const AmountScanner amounts(m_context.defaultCurrency, lexicon);
     const QList<AmountMention> found = amounts.scan(text);
     if (!found.isEmpty()) {
         edit.amount = found.front().value;

@@ -62,15 +62,26 @@ template<class OnMatch> void Lexicon::scan(const WordIndex& index, QStringView f
         qsizetype advance = 1;
         if (bucket != index.cend()) {
             for (const Word& word : *bucket) {
-                const qsizetype end = pos + word.keyword.size();
+                qsizetype end = pos + word.keyword.size();
                 if (end > folded.size() || folded.mid(pos, word.keyword.size()) != word.keyword)
                     continue;
-                if (word.latinWord
-                    && ((pos > 0 && chars::isLatin(folded.at(pos - 1)))
-                        || (end < folded.size() && chars::isLatin(folded.at(end)))))
-                    continue;
+                if (word.latinWord) {
+                    if (pos > 0 && chars::isLatin(folded.at(pos - 1)))
+                        continue;
+                    // A plural of an English word is the same word.
+                    for (QStringView plural : { u"es", u"s" }) {
+                        const qsizetype after = end + plural.size();
+                        if (folded.mid(end, plural.size()) == plural
+                            && (after >= folded.size() || !chars::isLatin(folded.at(after)))) {
+                            end = after;
+                            break;
+                        }
+                    }
+                    if (end < folded.size() && chars::isLatin(folded.at(end)))
+                        continue;
+                }
                 onMatch(word, pos);
-                advance = word.keyword.size();
+                advance = end - pos;
                 break;
             }
         }
@@ -110,18 +121,28 @@ std::optional<CategoryMatch> Lexicon::matchFinance(QStringView folded) const
     return best;
 }
 
-qsizetype Lexicon::financeWordLengthAt(QStringView folded) const
+qsizetype Lexicon::wordLengthAt(const WordIndex& index, QStringView folded)
 {
     if (folded.isEmpty())
         return 0;
-    const auto bucket = m_finance.constFind(folded.front());
-    if (bucket == m_finance.cend())
+    const auto bucket = index.constFind(folded.front());
+    if (bucket == index.cend())
         return 0;
     for (const Word& word : *bucket) {
         if (folded.startsWith(word.keyword))
             return word.keyword.size();
     }
     return 0;
+}
+
+qsizetype Lexicon::financeWordLengthAt(QStringView folded) const
+{
+    return wordLengthAt(m_finance, folded);
+}
+
+qsizetype Lexicon::timeWordLengthAt(QStringView folded) const
+{
+    return wordLengthAt(m_time, folded);
 }
 
 std::optional<QString> Lexicon::matchTime(QStringView folded) const

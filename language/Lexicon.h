@@ -6,7 +6,8 @@
 // added at run time and outrank every built-in word.
 //
 // Matching is leftmost-longest over the lower-cased sentence: "uber eats" wins over "uber",
-// "猫罐头" over "罐头". Latin keywords match whole words only ("rent" is not in "current").
+// "猫罐头" over "罐头". Latin keywords match whole words only ("rent" is not in "current"),
+// plurals included ("coffees", "tickets").
 // Each matched keyword adds its weight to its category; the heaviest category wins and a tie
 // goes to the category mentioned first. Weights say how telling a word is: a shop ("超市",
 // "Kmart") is weak, a thing bought ("猫粮", "洗衣液") is strong, so "超市买猫粮" is 宠物.
@@ -49,6 +50,8 @@ public:
     std::optional<CategoryMatch> matchFinance(QStringView folded) const;
     // Length of the longest finance keyword that the lower-cased text starts with (0 when none).
     qsizetype financeWordLengthAt(QStringView folded) const;
+    // Length of the longest time keyword that the lower-cased text starts with (0 when none).
+    qsizetype timeWordLengthAt(QStringView folded) const;
     // Best time category name for a lower-cased text.
     std::optional<QString> matchTime(QStringView folded) const;
 
@@ -76,6 +79,7 @@ private:
     using WordIndex = QHash<QChar, QList<Word>>;
 
     static void insert(WordIndex& index, Word word);
+    static qsizetype wordLengthAt(const WordIndex& index, QStringView folded);
     template<class OnMatch> static void scan(const WordIndex& index, QStringView folded, OnMatch onMatch);
     static Lexicon buildDefaults();
 

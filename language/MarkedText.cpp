@@ -147,18 +147,20 @@ QList<Chunk> MarkedText::freeChunks() const
     QList<Chunk> chunks;
     qsizetype i = 0;
     bool sawSeparator = true;
+    // A span kept whole: its spaces do not cut it ("第 7 章", "Xbox 360").
+    auto inWholeSpan = [&](qsizetype at) { return m_marks.at(at) != Mark::free; };
     while (i < size()) {
-        if (m_marks.at(i) != Mark::free) {
+        if (!isContent(m_marks.at(i))) {
             ++i;
             continue;
         }
-        if (chars::isSeparator(m_text, i)) {
+        if (chars::isSeparator(m_text, i) && !inWholeSpan(i)) {
             sawSeparator = true;
             ++i;
             continue;
         }
         const qsizetype start = i;
-        while (i < size() && m_marks.at(i) == Mark::free && !chars::isSeparator(m_text, i))
+        while (i < size() && isContent(m_marks.at(i)) && (!chars::isSeparator(m_text, i) || inWholeSpan(i)))
             ++i;
         Chunk chunk;
         chunk.pos = start;
@@ -175,7 +177,7 @@ QString MarkedText::freeFolded() const
 {
     QString out = m_folded;
     for (qsizetype i = 0; i < size(); ++i) {
-        if (m_marks.at(i) != Mark::free)
+        if (!isContent(m_marks.at(i)))
             out[i] = u' ';
     }
     return out;

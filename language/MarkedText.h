@@ -20,10 +20,19 @@ enum class Mark : quint8 {
     clock, // 9点, 9:30, ranges
     duration, // 1 小时, 半小时
     amount, // a number with its currency
-    quantity, // 2 张, 两晚: counted things, not money
+    quantity, // 2 张, 两晚, 5 公里, 18%: counted or measured things, not money
+    code, // phone-like digit groups and labelled numbers (尾号 6789): never money, never content
+    identifier, // P60, ECON10004, Xbox 360: a name with digits, kept whole in the phrase
+    ordinal, // 第 7 章, 2nd: a position, kept in the phrase
     spender, // a member's name or a word for both
     marker, // a word that did its job (一共, 开始, 刚才 ...)
 };
+
+// Marks whose characters still belong to the sentence's content words.
+inline bool isContent(Mark mark)
+{
+    return mark == Mark::free || mark == Mark::identifier || mark == Mark::ordinal;
+}
 
 // A run of free characters between spaces, punctuation and marked characters.
 struct Chunk {
@@ -67,9 +76,10 @@ public:
     // Index just after the last non-space character before `pos` (0 when none).
     qsizetype skipSpacesBack(qsizetype pos) const;
 
+    // Runs of content: free characters, and identifiers and ordinals whole (spaces included).
     QList<Chunk> freeChunks() const;
-    // The sentence with every marked character replaced by a space, lower-cased: what keyword
-    // lexicons look at, so that "11月3日" or "50块" never feed a category.
+    // The sentence with every character that is not content replaced by a space, lower-cased:
+    // what keyword lexicons look at, so that "11月3日" or "50块" never feed a category.
     QString freeFolded() const;
 
 private:

@@ -1,9 +1,7 @@
 #include "TimeParser.h"
 
-#include "AmountScanner.h"
-#include "ClockScanner.h"
+#include "BookingShape.h"
 #include "ContentWords.h"
-#include "DateScanner.h"
 #include "Lexicon.h"
 
 #include <QRegularExpression>
@@ -14,9 +12,10 @@ namespace {
 
 constexpr int minutesPerDay = 24 * 60;
 
-constexpr const char16_t* startWords[] = { u"开始", u"正在", u"准备", u"继续", u"start", u"starting", u"begin" };
+constexpr const char16_t* startWords[] = { u"开始", u"正在", u"准备", u"继续", u"going for a", u"going for",
+    u"starting", u"started", u"start", u"beginning", u"begin" };
 constexpr const char16_t* stopWords[] = { u"结束", u"停止", u"停下", u"暂停", u"完成", u"搞定", u"收工", u"下班",
-    u"起床", u"醒了", u"stop", u"done", u"finished", u"finish" };
+    u"起床", u"醒了", u"done with", u"finished with", u"stopped", u"stop", u"done", u"finished", u"finish" };
 
 const QRegularExpression& quitVerb()
 {
@@ -60,41 +59,45 @@ struct Block {
 
 TimeParse TimeParser::parse(QStringView sentence) const
 {
+    return parse(SentenceScan::of(sentence, m_context));
+}
+
+TimeParse TimeParser::parse(const SentenceScan& scan) const
+{
     TimeParse out;
     const Lexicon& lexicon = m_context.words();
     const QDateTime now = m_context.localNow();
     const QDate today = now.date();
     const int nowMinutes = now.time().hour() * 60 + now.time().minute();
     out.date = today;
-    if (sentence.trimmed().isEmpty()) {
+    if (scan.text.text().trimmed().isEmpty()) {
         out.problem = TimeProblem::emptySentence;
         return out;
     }
 
-    MarkedText text(sentence);
-    const DateScanner dates(today);
-    const DateFindings when = dates.scan(text);
+    MarkedText text = scan.text;
+    const DateFindings& when = scan.when;
     const bool explicitDay = when.day.has_value() && *when.day != today;
     if (when.day)
         out.date = *when.day;
-    const ClockScanner clocks;
-    const ClockFindings found = clocks.scan(text);
-    const std::optional<double> length = clocks.scanDuration(text);
-    const DayPeriod standalonePeriod = dates.scanPeriod(text);
+    const ClockFindings& found = scan.clocks;
+    const std::optional<double>& length = scan.length;
     // "停车 3 小时 12 刀": a price says this is spending, whatever else it mentions. Counts
-    // ("两集", "5 公里") and stray numbers leave the activity.
-    const QList<AmountMention> numbers = AmountScanner(m_context.defaultCurrency).scan(text);
-    for (const AmountMention& amount : numbers) {
-        if (amount.currencySaid) {
-            out.problem = TimeProblem::noTimeAction;
-            return out;
-        }
+    // ("两集", "5 公里") and numbers that are not money leave the activity.
+    const bool refused = BookingShape::refusal(text, when, today).has_value();
+    if (!scan.amounts.isEmpty() && !refused
+        && BookingShape::evidence(text, scan.amounts, lexicon) != BookingShape::Evidence::none) {
+        out.problem = TimeProblem::noTimeAction;
+        return out;
     }
-    const bool strayNumber = !numbers.isEmpty();
-    const DayPeriod context = when.period != DayPeriod::none ? when.period : standalonePeriod;
-    bool justNow = false;
-    for (QStringView word : { u"刚才", u"刚刚" })
-        justNow = text.take(word, Mark::marker) || justNow;
+    const bool strayNumber = !scan.amounts.isEmpty();
+    // "准备去 Costco 买点东西 大概 200": money talk with a figure is not a time record either.
+    if (refused && strayNumber) {
+        out.problem = TimeProblem::noTimeAction;
+        return out;
+    }
+    const DayPeriod context = when.period != DayPeriod::none ? when.period : scan.standalonePeriod;
+    const bool justNow = scan.justNow;
     const bool onToday = !explicitDay;
 
     // Start and stop words.
@@ -110,7 +113,7 @@ TimeParse TimeParser::parse(QStringView sentence) const
         text.mark(at, 1, Mark::marker);
         stop = true;
     }
-    {
+    if (text.folded().contains(u'不')) {
         auto it = quitVerb().globalMatch(text.folded());
         while (it.hasNext()) {
             const auto m = it.next();
@@ -154,6 +157,14 @@ TimeParse TimeParser::parse(QStringView sentence) const
         const Chunk& last = chunks.back();
         if (last.text.size() >= 3 && last.text.endsWith(u'中')) {
             text.mark(last.pos + last.len - 1, 1, Mark::marker);
+            start = true;
+        }
+        // "now cooking dinner", "doing dishes now", "现在 coding": what is going on now.
+        if (chunks.size() > 1
+            && (chunks.front().text.compare(u"now", Qt::CaseInsensitive) == 0
+                || chunks.back().text.compare(u"now", Qt::CaseInsensitive) == 0 || chunks.front().text == u"现在")) {
+            for (QStringView word : { u"now", u"doing", u"现在" })
+                text.take(word, Mark::marker);
             start = true;
         }
         chunks = text.freeChunks();
@@ -278,6 +289,12 @@ TimeParse TimeParser::parse(QStringView sentence) const
     } else {
         out.problem = TimeProblem::noTimeAction;
         out.confidence = 0;
+        return out;
+    }
+    // A day still to come is a plan, not a record ("明天跑步 1 小时").
+    if (out.date > today && out.action != TimeAction::stop) {
+        out = TimeParse { TimeAction::unknown, out.activity, today, {}, {}, {}, out.category, 0,
+            TimeProblem::noTimeAction };
         return out;
     }
     if (out.activity.isEmpty() && out.action != TimeAction::stop)

@@ -148,7 +148,7 @@ private slots:
         QFETCH(QString, expected);
         MarkedText text(sentence);
         QStringList found;
-        for (const AmountMention& m : AmountScanner(defaultCurrency).scan(text))
+        for (const AmountMention& m : AmountScanner(defaultCurrency, Lexicon::builtIn()).scan(text))
             found.append(QString::number(m.value) + u' ' + m.currency);
         QCOMPARE(found.join(QStringLiteral("; ")), expected);
     }
@@ -171,7 +171,8 @@ private slots:
         QFETCH(QString, sentence);
         QFETCH(QString, currency);
         MarkedText text(sentence);
-        QCOMPARE(AmountScanner(QStringLiteral("AUD")).scanCurrencyName(text).value_or(QString()), currency);
+        QCOMPARE(AmountScanner(QStringLiteral("AUD"), Lexicon::builtIn()).scanCurrencyName(text).value_or(QString()),
+            currency);
     }
 };
 
