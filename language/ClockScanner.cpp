@@ -262,16 +262,17 @@ ClockFindings ClockScanner::scan(MarkedText& text) const
         if (!text.isFree(i))
             continue;
         const QChar c = f.at(i);
-        const bool candidate
-            = chars::isDigit(c) || isClockNumeral(c) || periodWordAt(text, i) || c == u'早' || c == u'晚' || c == u'从';
+        const qsizetype fromLen = c == u'从' ? 1 : latinWordAt(text, i, u"from") ? 4 : 0;
+        const bool candidate = chars::isDigit(c) || isClockNumeral(c) || periodWordAt(text, i) || c == u'早'
+            || c == u'晚' || fromLen > 0;
         if (!candidate || ((chars::isDigit(c) || isClockNumeral(c)) && !startsNumberToken(text, i)))
             continue;
 
         qsizetype start = i;
         qsizetype pointPos = i;
-        const bool from = c == u'从';
+        const bool from = fromLen > 0;
         if (from)
-            pointPos = text.skipSpaces(i + 1);
+            pointPos = text.skipSpaces(i + fromLen);
         const auto first = pointAt(text, pointPos, true);
         if (!first)
             continue;
@@ -290,7 +291,9 @@ ClockFindings ClockScanner::scan(MarkedText& text) const
                 continue;
             }
             if (const auto last = pointAt(text, second, true)) {
-                const bool clockish = first->point.hasClockWord || last->point.hasClockWord
+                // "from 9 to 5": both ends named as the edges of a stretch of the day.
+                const bool fromTo = from && connectorLen > 1 && !first->weak && !last->weak;
+                const bool clockish = first->point.hasClockWord || last->point.hasClockWord || fromTo
                     || (first->point.period != DayPeriod::none && last->point.period != DayPeriod::none);
                 const bool weak = first->weak && last->weak;
                 if (clockish && !weak) {

@@ -62,6 +62,80 @@ const QRegularExpression& monthOnly()
     return re;
 }
 
+// English forms, matched on the lower-cased sentence. Abbreviated weekdays ("sat", "sun") need a
+// word before them, since alone they are ordinary words.
+#define EN_MONTH                                                                                                       \
+    u"(jan(?:uary)?|feb(?:ruary)?|mar(?:ch)?|apr(?:il)?|may|june?|july?|aug(?:ust)?|sept?(?:ember)?|oct(?:ober)?|nov(" \
+    u"?:ember)?|dec(?:ember)?)"
+const QRegularExpression& englishWeekday()
+{
+    static const QRegularExpression re
+        = regex(u"\\b(?:(last|this|next|on)\\s+)?(?:(monday|tuesday|wednesday|thursday|friday|"
+                u"saturday|sunday)|(mon|tues?|wed|thu(?:rs?)?|fri|sat|sun))\\b");
+    return re;
+}
+const QRegularExpression& englishDayMonth()
+{
+    static const QRegularExpression re
+        = regex(u"\\b(?:on\\s+)?(?:the\\s+)?(\\d{1,2})(?:st|nd|rd|th)?\\s+(?:of\\s+)?" EN_MONTH u"\\b");
+    return re;
+}
+const QRegularExpression& englishMonthDay()
+{
+    static const QRegularExpression re
+        = regex(u"\\b(?:on\\s+)?" EN_MONTH u"\\.?\\s+(\\d{1,2})(?:st|nd|rd|th)?\\b(?![:.]\\d)");
+    return re;
+}
+const QRegularExpression& englishDaysAgo()
+{
+    static const QRegularExpression re
+        = regex(u"\\b(\\d{1,2}|a|an|one|two|three|four|five|six|seven)\\s+(days?|weeks?)\\s+ago\\b");
+    return re;
+}
+#undef EN_MONTH
+
+int englishMonth(QStringView name)
+{
+    static constexpr const char16_t* starts[]
+        = { u"jan", u"feb", u"mar", u"apr", u"may", u"jun", u"jul", u"aug", u"sep", u"oct", u"nov", u"dec" };
+    for (int i = 0; i < 12; ++i) {
+        if (name.startsWith(QStringView(starts[i])))
+            return i + 1;
+    }
+    return 0;
+}
+
+int englishWeekdayNumber(QStringView name)
+{
+    static constexpr const char16_t* starts[] = { u"mon", u"tue", u"wed", u"thu", u"fri", u"sat", u"sun" };
+    for (int i = 0; i < 7; ++i) {
+        if (name.startsWith(QStringView(starts[i])))
+            return i + 1;
+    }
+    return 0;
+}
+
+int englishCount(QStringView word)
+{
+    static constexpr const char16_t* words[] = { u"a", u"one", u"two", u"three", u"four", u"five", u"six", u"seven" };
+    if (word == u"an")
+        return 1;
+    for (int i = 0; i < 8; ++i) {
+        if (word == QStringView(words[i]))
+            return qMax(i, 1);
+    }
+    return word.toInt();
+}
+
+bool hasLatin(QStringView text)
+{
+    for (QChar c : text) {
+        if (chars::isLatin(c))
+            return true;
+    }
+    return false;
+}
+
 struct DayWord {
     const char16_t* word;
     int offset;
@@ -89,6 +163,20 @@ constexpr DayWord dayWords[] = {
     { u"今晨", 0, DayPeriod::morning },
     { u"明早", 1, DayPeriod::morning },
     { u"明晚", 1, DayPeriod::evening },
+    { u"the day before yesterday", -2, DayPeriod::none },
+    { u"day before yesterday", -2, DayPeriod::none },
+    { u"the day after tomorrow", 2, DayPeriod::none },
+    { u"yesterday morning", -1, DayPeriod::morning },
+    { u"yesterday afternoon", -1, DayPeriod::afternoon },
+    { u"yesterday evening", -1, DayPeriod::evening },
+    { u"this morning", 0, DayPeriod::morning },
+    { u"this afternoon", 0, DayPeriod::afternoon },
+    { u"this evening", 0, DayPeriod::evening },
+    { u"last night", -1, DayPeriod::night },
+    { u"yesterday", -1, DayPeriod::none },
+    { u"today", 0, DayPeriod::none },
+    { u"tonight", 0, DayPeriod::evening },
+    { u"tomorrow", 1, DayPeriod::none },
 };
 
 struct RangeWord {
@@ -127,6 +215,16 @@ constexpr RangeWord rangeWords[] = {
     { u"今年", RangeWord::year, 0 },
     { u"本年", RangeWord::year, 0 },
     { u"去年", RangeWord::year, -1 },
+    { u"明年", RangeWord::year, 1 },
+    { u"last week", RangeWord::week, -1 },
+    { u"this week", RangeWord::week, 0 },
+    { u"next week", RangeWord::week, 1 },
+    { u"last month", RangeWord::month, -1 },
+    { u"this month", RangeWord::month, 0 },
+    { u"next month", RangeWord::month, 1 },
+    { u"last year", RangeWord::year, -1 },
+    { u"this year", RangeWord::year, 0 },
+    { u"next year", RangeWord::year, 1 },
 };
 
 struct PeriodEntry {
@@ -230,6 +328,43 @@ DateRange DateScanner::monthRange(int monthsFromNow) const
     return { first, first.addMonths(1).addDays(-1) };
 }
 
+template<class TakeDay> void DateScanner::scanEnglish(MarkedText& text, TakeDay& takeDay) const
+{
+    auto dayOfMonth = [&](int month, int day) {
+        // As with 11月3日: a day that has not come yet this year is last year's.
+        QDate date(m_today.year(), month, day);
+        if (date.isValid() && date > m_today)
+            date = QDate(m_today.year() - 1, month, day);
+        return takeDay(date);
+    };
+    forEachFree(text, englishDayMonth(), Mark::date, [&](const QRegularExpressionMatch& m) {
+        return dayOfMonth(englishMonth(m.capturedView(2)), m.captured(1).toInt());
+    });
+    forEachFree(text, englishMonthDay(), Mark::date, [&](const QRegularExpressionMatch& m) {
+        return dayOfMonth(englishMonth(m.capturedView(1)), m.captured(2).toInt());
+    });
+    forEachFree(text, englishDaysAgo(), Mark::date, [&](const QRegularExpressionMatch& m) {
+        const int count = englishCount(m.capturedView(1));
+        return count > 0 && takeDay(m_today.addDays(-count * (m.capturedView(2).startsWith(u"week") ? 7 : 1)));
+    });
+    forEachFree(text, englishWeekday(), Mark::date, [&](const QRegularExpressionMatch& m) {
+        const QStringView lead = m.capturedView(1);
+        const bool abbreviated = m.capturedLength(3) > 0;
+        if (abbreviated && lead.isEmpty())
+            return false;
+        const int weekday = englishWeekdayNumber(abbreviated ? m.capturedView(3) : m.capturedView(2));
+        const QDate thisWeek = mondayOf(m_today).addDays(weekday - 1);
+        QDate date = thisWeek > m_today ? thisWeek.addDays(-7) : thisWeek; // the latest one so far
+        if (lead == u"last" && date == m_today)
+            date = date.addDays(-7);
+        else if (lead == u"this")
+            date = thisWeek;
+        else if (lead == u"next")
+            date = thisWeek > m_today ? thisWeek : thisWeek.addDays(7);
+        return takeDay(date);
+    });
+}
+
 DateFindings DateScanner::scan(MarkedText& text) const
 {
     DateFindings found;
@@ -284,6 +419,8 @@ DateFindings DateScanner::scan(MarkedText& text) const
         const auto days = smallNumber(m.captured(1));
         return days && takeDay(m_today.addDays(-*days));
     });
+    if (hasLatin(text.folded()))
+        scanEnglish(text, takeDay);
     for (const DayWord& word : dayWords) {
         const qsizetype at = text.findFree(QStringView(word.word));
         if (at < 0)

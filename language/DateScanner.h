@@ -4,6 +4,7 @@
 // 今天, 昨天, 前天, 大前天, 昨晚; 上周五, 这周三, 周二 (the latest one not after today);
 // 11月3日, 3号 (a day not yet come this month or year means the previous one); 2026-11-03;
 // 三天前; and ranges for questions: 这周, 上周, 这个月, 上个月, 今年, 最近7天, 5月.
+// English too: yesterday, last night, last Sunday, on Monday, 3 May, May 3rd, 2 days ago, last week.
 // Weeks start on Monday.
 
 #include "Context.h"
@@ -54,6 +55,8 @@ public:
     DateRange monthRange(int monthsFromNow) const;
 
 private:
+    template<class TakeDay> void scanEnglish(MarkedText& text, TakeDay& takeDay) const;
+
     QDate m_today;
 };
 
