@@ -41,6 +41,7 @@ public:
 
 private:
     bool stripLeadingVerb(QString& word) const;
+    bool isVerbAndCounter(const QString& word) const;
 
     const Lexicon& m_lexicon;
     Role m_role;

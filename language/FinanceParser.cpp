@@ -97,7 +97,11 @@ FinanceParse FinanceParser::parse(const SentenceScan& scan) const
 
     const ContentWords words(lexicon, ContentWords::Role::description);
     auto finishCategory = [&] {
-        if (const auto match = lexicon.matchFinance(text.freeFolded())) {
+        // The description joins what a count split apart ("加了 40 升油" → 加油).
+        auto match = lexicon.matchFinance(text.freeFolded());
+        if (!match)
+            match = lexicon.matchFinance(out.description.toLower());
+        if (match) {
             out.category = match->category;
             out.kind = match->kind;
         } else {

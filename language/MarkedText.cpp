@@ -147,6 +147,7 @@ QList<Chunk> MarkedText::freeChunks() const
     QList<Chunk> chunks;
     qsizetype i = 0;
     bool sawSeparator = true;
+    bool sawPunctuation = true;
     // A span kept whole: its spaces do not cut it ("第 7 章", "Xbox 360").
     auto inWholeSpan = [&](qsizetype at) { return m_marks.at(at) != Mark::free; };
     while (i < size()) {
@@ -156,6 +157,7 @@ QList<Chunk> MarkedText::freeChunks() const
         }
         if (chars::isSeparator(m_text, i) && !inWholeSpan(i)) {
             sawSeparator = true;
+            sawPunctuation = sawPunctuation || !m_text.at(i).isSpace();
             ++i;
             continue;
         }
@@ -166,9 +168,12 @@ QList<Chunk> MarkedText::freeChunks() const
         chunk.pos = start;
         chunk.len = i - start;
         chunk.text = m_text.mid(start, chunk.len);
-        chunk.gluedToPrevious = !chunks.isEmpty() && !sawSeparator;
+        // "开了 1 小时车": a word stuck to the span taken out still continues the phrase before it.
+        const bool stuckToSpan = start > 0 && !isContent(m_marks.at(start - 1)) && !m_text.at(start - 1).isSpace();
+        chunk.gluedToPrevious = !chunks.isEmpty() && (!sawSeparator || (!sawPunctuation && stuckToSpan));
         chunks.append(chunk);
         sawSeparator = false;
+        sawPunctuation = false;
     }
     return chunks;
 }

@@ -4,14 +4,14 @@ namespace language {
 
 namespace {
 
-constexpr const char16_t* sharedWords[]
-    = { u"我们俩", u"咱们俩", u"我俩", u"咱俩", u"我们", u"咱们", u"一起", u"一块儿", u"一块去", u"一块吃", u"aa制",
-          u"aa", u"平摊", u"分摊", u"平分", u"均摊", u"一人一半", u"俩人", u"两个人" };
+constexpr const char16_t* sharedWords[] = { u"我们俩", u"咱们俩", u"我俩", u"咱俩", u"我们", u"咱们", u"一起",
+    u"一块儿", u"一块去", u"一块吃", u"aa制", u"aa", u"平摊", u"分摊", u"平分", u"均摊", u"一人一半", u"俩人",
+    u"两个人", u"both of us", u"split", u"shared", u"together", u"we" };
 // A member after these is paid for or paid to.
 constexpr const char16_t* beneficiaryWords[]
-    = { u"转账给", u"转给", u"借给", u"还给", u"给", u"帮", u"替", u"送", u"请" };
+    = { u"转账给", u"转给", u"借给", u"还给", u"给", u"帮", u"替", u"送", u"请", u"for", u"to" };
 // A member after these was there too.
-constexpr const char16_t* companionWords[] = { u"和", u"跟", u"与", u"同" };
+constexpr const char16_t* companionWords[] = { u"和", u"跟", u"与", u"同", u"with" };
 
 // Start of one of `words` ending right before `pos` (spaces skipped), or -1.
 qsizetype wordEndingAt(const MarkedText& text, qsizetype pos, const auto& words)
@@ -20,8 +20,11 @@ qsizetype wordEndingAt(const MarkedText& text, qsizetype pos, const auto& words)
     for (const char16_t* w : words) {
         const QStringView word(w);
         const qsizetype start = end - word.size();
-        if (start >= 0 && text.startsWithAt(start, word) && text.isFree(start, word.size()))
-            return start;
+        if (start < 0 || !text.startsWithAt(start, word) || !text.isFree(start, word.size()))
+            continue;
+        if (chars::isLatin(word.front()) && start > 0 && chars::isLatin(text.folded().at(start - 1)))
+            continue; // "auto", "bandwith": not the word itself
+        return start;
     }
     return -1;
 }
