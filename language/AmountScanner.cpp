@@ -30,6 +30,9 @@ constexpr Word suffixWords[] = {
     { u"美金", u"USD" },
     { u"美刀", u"USD" },
     { u"usd", u"USD" },
+    { u"dollars", u"" },
+    { u"dollar", u"" },
+    { u"bucks", u"" },
 };
 
 constexpr Word prefixWords[] = {

@@ -1,5 +1,6 @@
 #include "ClockScanner.h"
 
+#include "AmountScanner.h"
 #include "Numerals.h"
 
 namespace language {
@@ -109,15 +110,26 @@ std::optional<ParsedPoint> pointAt(const MarkedText& text, qsizetype pos, bool a
     }
     if (!startsNumberToken(text, i) && i != pos)
         return std::nullopt;
-    const auto hour = smallNumberAt(text, i, false);
+    const QString& f = text.folded();
+    // "6.30pm": a dot between the hour and the minutes makes a clock only with am or pm after it.
+    const qsizetype dot = i + 1 < f.size() && f.at(i + 1) == u'.' ? i + 1 : i + 2;
+    const bool dotted = dot + 2 < f.size() && chars::isDigit(f.at(i)) && chars::isDigit(f.at(dot - 1))
+        && f.at(dot) == u'.' && chars::isDigit(f.at(dot + 1)) && chars::isDigit(f.at(dot + 2))
+        && (dot + 3 >= f.size() || !chars::isDigit(f.at(dot + 3))) && text.isFree(i, dot + 3 - i)
+        && (latinWordAt(text, text.skipSpaces(dot + 3), u"am") || latinWordAt(text, text.skipSpaces(dot + 3), u"pm"));
+    const auto hour = dotted ? std::optional<NumberAt>(NumberAt { dot - i, f.mid(i, dot - i).toDouble(), false })
+                             : smallNumberAt(text, i, false);
     if (!hour || hour->value > 24)
         return std::nullopt;
     p.hour = int(hour->value);
     qsizetype end = i + hour->len;
     const qsizetype after = text.skipSpaces(end);
-    const QString& f = text.folded();
 
-    if (after + 2 < f.size() && f.at(after) == u':' && chars::isDigit(f.at(after + 1))
+    if (dotted) {
+        p.minute = f.mid(dot + 1, 2).toInt();
+        p.hasClockWord = true;
+        end = dot + 3;
+    } else if (after + 2 < f.size() && f.at(after) == u':' && chars::isDigit(f.at(after + 1))
         && chars::isDigit(f.at(after + 2)) && text.isFree(after, 3)) {
         p.minute = f.mid(after + 1, 2).toInt();
         p.hasClockWord = true;
@@ -292,7 +304,8 @@ ClockFindings ClockScanner::scan(MarkedText& text) const
             }
             if (const auto last = pointAt(text, second, true)) {
                 // "from 9 to 5": both ends named as the edges of a stretch of the day.
-                const bool fromTo = from && connectorLen > 1 && !first->weak && !last->weak;
+                const bool fromTo = from && connectorLen > 1 && !first->weak && !last->weak
+                    && !AmountScanner::suffixAt(text, text.skipSpaces(second + last->point.len));
                 const bool clockish = first->point.hasClockWord || last->point.hasClockWord || fromTo
                     || (first->point.period != DayPeriod::none && last->point.period != DayPeriod::none);
                 const bool weak = first->weak && last->weak;
@@ -422,6 +435,9 @@ std::optional<DurationAt> durationAt(const MarkedText& text, qsizetype pos)
     if (const qsizetype unit = minuteUnitAt(text, spaced); unit > 0) {
         // "m" must be glued to the number ("45m"); "5 m" is more likely metres.
         if (text.folded().at(spaced) == u'm' && unit == 1 && spaced != i)
+            return std::nullopt;
+        // Alone, "85 分" is a score or a price in fen; minutes on their own say 分钟.
+        if (text.folded().at(spaced) == u'分' && unit == 1)
             return std::nullopt;
         return DurationAt { spaced + unit - pos, number->value };
     }

@@ -350,8 +350,13 @@ template<class TakeDay> void DateScanner::scanEnglish(MarkedText& text, TakeDay&
     forEachFree(text, englishWeekday(), Mark::date, [&](const QRegularExpressionMatch& m) {
         const QStringView lead = m.capturedView(1);
         const bool abbreviated = m.capturedLength(3) > 0;
-        if (abbreviated && lead.isEmpty())
-            return false;
+        if (abbreviated && lead.isEmpty()) {
+            // "Sat 打车 19": capitalised and not followed by an English word ("Sun cream").
+            const qsizetype next = text.skipSpaces(m.capturedEnd());
+            if (!text.text().at(m.capturedStart(3)).isUpper()
+                || (next < text.size() && chars::isLatin(text.folded().at(next))))
+                return false;
+        }
         const int weekday = englishWeekdayNumber(abbreviated ? m.capturedView(3) : m.capturedView(2));
         const QDate thisWeek = mondayOf(m_today).addDays(weekday - 1);
         QDate date = thisWeek > m_today ? thisWeek.addDays(-7) : thisWeek; // the latest one so far

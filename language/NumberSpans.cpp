@@ -116,9 +116,11 @@ Groups groupsAt(const MarkedText& text, qsizetype pos)
             g.decimal = true;
             break;
         }
-        // One space or dash, then at least three more digits, continues the number.
-        if (end + 1 < f.size() && (f.at(end) == u' ' || f.at(end) == u'-') && text.isFree(end)
-            && digitsFrom(f, end + 1) - (end + 1) >= 3) {
+        // One space or dash, then a group of three or four digits, continues the number: a
+        // number already longer than a group ("13912345678 100") is followed by something else.
+        const qsizetype nextGroup = end + 1 < f.size() ? digitsFrom(f, end + 1) - (end + 1) : 0;
+        if (end + 1 < f.size() && (f.at(end) == u' ' || f.at(end) == u'-') && text.isFree(end) && end - i <= 4
+            && nextGroup >= 3 && nextGroup <= 4) {
             i = end + 1;
             continue;
         }
@@ -129,7 +131,13 @@ Groups groupsAt(const MarkedText& text, qsizetype pos)
 
 bool numberStartsAt(const QString& f, qsizetype pos)
 {
-    return chars::isDigit(f.at(pos)) && (pos == 0 || (!isAlnum(f.at(pos - 1)) && f.at(pos - 1) != u'.'));
+    if (!chars::isDigit(f.at(pos)))
+        return false;
+    if (pos == 0)
+        return true;
+    // "12,000": the digits after a thousands comma continue the number before it.
+    const bool thousands = f.at(pos - 1) == u',' && pos > 1 && chars::isDigit(f.at(pos - 2));
+    return !isAlnum(f.at(pos - 1)) && f.at(pos - 1) != u'.' && !thousands;
 }
 
 void takeLabelled(MarkedText& text)
@@ -228,7 +236,11 @@ void takeAlphanumeric(MarkedText& text)
                 bool allLetters = true;
                 for (QChar c : suffix)
                     allLetters = allLetters && chars::isLatin(c);
-                if (allLetters && oneOf(suffix, unitSuffixes))
+                // "5G", "4K": a capital after one digit names a standard; "5g", "5k" are units.
+                const QChar said = text.text().at(start + split);
+                const bool standard = split == 1 && suffix.size() == 1 && said.isUpper()
+                    && (said == u'G' || (said == u'K' && (word.front() == u'4' || word.front() == u'8')));
+                if (allLetters && oneOf(suffix, unitSuffixes) && !standard)
                     continue;
                 if (allLetters && oneOf(suffix, ordinalSuffixes)) {
                     text.mark(start, word.size(), Mark::ordinal);
@@ -291,6 +303,9 @@ void takeNamedNumbers(MarkedText& text)
                     numberEnd = digitsFrom(f, numberEnd + 1);
                 }
                 if (!text.isFree(n, numberEnd - n) || (numberEnd < f.size() && isAlnum(f.at(numberEnd))))
+                    continue;
+                // "iPhone 15 Pro 8999 元", "chatgpt plus 20 美元": a number with a currency is a price.
+                if (AmountScanner::suffixAt(text, text.skipSpaces(numberEnd)))
                     continue;
                 if (models) {
                     // "iphone 1299" at the end of a booking is its price; a model number is small,
