@@ -26,7 +26,7 @@ constexpr Row expenseRows[] = {
     { u"买菜", 2,
         u"买菜|菜市场|牛奶|鸡蛋|面包|水果|蔬菜|青菜|猪肉|牛肉|鸡肉|羊肉|海鲜|大米|面粉|酱油|调料|豆腐|苹果|香蕉|橙子|"
         u"葡萄|草莓|西瓜|土豆|番茄|西红柿|洋葱|食材|生鲜|粮油|groceries|grocery|coles|woolworths|woolies|"
-        u"aldi|iga|harris farm|亚洲超市" },
+        u"aldi|iga|harris farm|亚洲超市|apple|banana|fruit|vegetables|veggies|milk|eggs|bread|meat" },
     { u"买菜", 1, u"超市|市场|supermarket|costco|盒马|菜|肉|鱼|米|蛋" },
     { u"交通", 2,
         u"交通|交通费|打车|出租车|的士|网约车|滴滴|公交|巴士|地铁|电车|轻轨|火车|交通卡|加油|油费|汽油|停车|停车费|"
@@ -37,7 +37,9 @@ constexpr Row expenseRows[] = {
         u"购物|衣服|外套|裤子|裙子|鞋|鞋子|t恤|帽子|包包|电脑|笔记本电脑|耳机|键盘|鼠标|显示器|平板|ipad|iphone|相机|"
         u"家具|化妆品|护肤品|口红|香水|首饰|手表|电器|数码|手机壳|充电器|数据线|优衣库|uniqlo|淘宝|天猫|京东|拼多多|"
         u"亚马逊|amazon|ebay|宜家|ikea|jb hi-fi|shopping|clothes|家电|冰箱|洗衣机|微波炉|电视|空调|吸尘器|电饭煲|"
-        u"烤箱|电风扇|取暖器" },
+        u"烤箱|电风扇|取暖器|macbook|laptop|显卡|路由器|router|hub|硬盘|ssd|内存条|音箱|speaker|monitor|keyboard|"
+        u"headphones|earbuds|airpods|charger|shoes|sneakers|jacket|"
+        u"充电宝|power bank|手机支架" },
     { u"购物", 1, u"kmart|target|big w|商场|手机|myer|david jones" },
     { u"日用", 2,
         u"日用|日用品|纸巾|卫生纸|抽纸|洗衣液|洗衣粉|洗洁精|洗发水|护发素|沐浴露|牙膏|牙刷|毛巾|垃圾袋|保鲜膜|电池|"
@@ -82,7 +84,7 @@ constexpr Row incomeRows[] = {
     { u"工资", 2, u"奖金|bonus" },
     { u"奖学金", 3, u"奖学金|助学金|scholarship|stipend" },
     { u"报销", 3, u"报销|报销款|reimbursement|reimburse" },
-    { u"退款", 3, u"退款|退钱|退费|退货|refund" },
+    { u"退款", 3, u"退款|退钱|退费|退货|refund|退税|tax refund|tax return" },
     { u"其他收入", 3, u"利息|卖掉|卖了|二手卖|兼职|外快|分红|股息|中奖|interest|dividend|返现|cashback" },
     { u"其他收入", 2, u"收入|收到|进账|卖|赚" },
 };
@@ -98,10 +100,12 @@ constexpr Row timeRows[] = {
         u"coding|code|meeting|work|working|email|standup|review|report|报告" },
     { u"学习", 2,
         u"学习|写论文|论文|读书|看书|上课|听课|复习|预习|作业|写作业|背单词|单词|网课|考试|刷题|文献|看文献|自习|"
-        u"图书馆|练习|研究|study|studying|reading|read|lecture|tutorial|paper|research|homework|thesis" },
+        u"图书馆|练习|研究|study|studying|reading|read|lecture|tutorial|paper|research|homework|thesis|读|assignment|"
+        u"essay|exam|quiz|revision|revise|lab" },
     { u"吃饭", 2, u"吃饭|午饭|午餐|晚饭|晚餐|早饭|早餐|聚餐|宵夜|夜宵|吃|lunch|dinner|breakfast|brunch" },
     { u"家务", 2,
-        u"家务|打扫|打扫卫生|拖地|扫地|洗衣服|晾衣服|叠衣服|洗碗|收拾|整理|倒垃圾|清洁|cleaning|laundry|dishes" },
+        u"家务|打扫|打扫卫生|拖地|扫地|洗衣服|晾衣服|叠衣服|洗碗|收拾|整理|倒垃圾|清洁|cleaning|laundry|dishes|洗|"
+        u"vacuum|vacuuming" },
     { u"睡眠", 2, u"睡|睡觉|午睡|小睡|补觉|休息|躺|午休|打盹|nap|sleep|sleeping|rest" },
     { u"娱乐", 2,
         u"娱乐|游戏|打游戏|玩游戏|看剧|追剧|看电影|电影|刷手机|刷视频|b站|综艺|动漫|逛街|听歌|玩|youtube|netflix|"
@@ -109,7 +113,8 @@ constexpr Row timeRows[] = {
     { u"运动", 2,
         u"运动|跑步|跑|健身|游泳|瑜伽|散步|骑车|骑行|打球|篮球|羽毛球|爬山|锻炼|拉伸|普拉提|gym|yoga|workout|run|"
         u"running|"
-        u"walk|swim|exercise" },
+        u"walk|swim|exercise|pilates|hiking|hike|徒步|badminton|tennis|网球|乒乓球|足球|football|soccer|basketball|"
+        u"climbing|攀岩|cycling|swimming|jog|jogging" },
     { u"通勤", 2, u"通勤|坐车|开车|坐地铁|坐公交|地铁|公交|路上|commute|driving|drive" },
     { u"做饭", 2, u"做饭|煮饭|烧饭|做菜|下厨|备餐|做早饭|做午饭|做晚饭|做早餐|做午餐|做晚餐|cook|cooking" },
     { u"洗漱", 2, u"洗澡|洗漱|刷牙|洗头|洗脸|护肤|泡澡|shower" },
