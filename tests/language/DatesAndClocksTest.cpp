@@ -54,6 +54,22 @@ private slots:
         QTest::newRow("line number is no date") << "3号线" << thursday << "-";
         QTest::newRow("together is no monday") << "这周一起吃饭" << thursday << "-";
         QTest::newRow("no day") << "午餐 50" << thursday << "-";
+        QTest::newRow("english yesterday") << "taxi 23 yesterday" << thursday << "2026-05-13";
+        QTest::newRow("english day before yesterday")
+            << "petrol 72 the day before yesterday" << thursday << "2026-05-12";
+        QTest::newRow("english last weekday is the latest past one")
+            << "dinner last Sunday" << thursday << "2026-05-10";
+        QTest::newRow("english last weekday of today is a week back") << "last thursday" << thursday << "2026-05-07";
+        QTest::newRow("english on weekday") << "groceries on Monday" << thursday << "2026-05-11";
+        QTest::newRow("english abbreviated weekday after a lead") << "uber last fri" << thursday << "2026-05-08";
+        QTest::newRow("english abbreviated weekday capitalised alone") << "Sat 打车" << thursday << "2026-05-09";
+        QTest::newRow("english sun is no sunday before a word") << "sun cream" << thursday << "-";
+        QTest::newRow("english day and month") << "bill on 3 May" << thursday << "2026-05-03";
+        QTest::newRow("english month and ordinal day") << "Nov 3rd" << thursday << "2025-11-03";
+        QTest::newRow("english days ago") << "2 days ago parking" << thursday << "2026-05-12";
+        QTest::newRow("english a week ago") << "a week ago" << thursday << "2026-05-07";
+        QTest::newRow("english tomorrow") << "pay rent tomorrow" << thursday << "2026-05-15";
+        QTest::newRow("yesterday inside a word is no day") << "yesterdays" << thursday << "-";
     }
     void days()
     {
@@ -125,6 +141,10 @@ private slots:
         QTest::newRow("length ending now") << "刚才睡了 1 小时" << QTime(20, 15) << "2026-05-14 19:15-20:15 60";
         QTest::newRow("length ending now reaches yesterday")
             << "刚才睡了 1 小时" << QTime(0, 30) << "2026-05-13 23:30-00:30 60";
+        QTest::newRow("english from and to") << "from 9 to 5 work" << QTime(20, 15) << "2026-05-14 09:00-17:00 480";
+        QTest::newRow("dotted minutes with pm") << "6.30pm-8pm 羽毛球" << QTime(20, 15) << "2026-05-14 18:30-20:00 90";
+        QTest::newRow("english day before the clocks")
+            << "last Sunday 9am-12pm hiking" << QTime(20, 15) << "2026-05-10 09:00-12:00 180";
     }
     void clockRanges()
     {
@@ -157,6 +177,8 @@ private slots:
         QTest::newRow("more than two hours") << "两个多小时" << 120.0;
         QTest::newRow("a quarter") << "一刻钟" << 15.0;
         QTest::newRow("clock hours") << "两个钟头" << 120.0;
+        QTest::newRow("a score is no length") << "考了 85 分" << -1.0;
+        QTest::newRow("hours and bare minutes") << "1 小时 20 分" << 80.0;
     }
     void durations()
     {
@@ -174,6 +196,8 @@ private slots:
         QTest::newRow("spoken decimal money") << "三点五块";
         QTest::newRow("shop name with a dash") << "7-11 买水 3";
         QTest::newRow("decimal amount") << "9.95";
+        QTest::newRow("dotted number without am or pm") << "6.30 咖啡";
+        QTest::newRow("from a price to another") << "from 5 to 8 dollars";
     }
     void notClocks()
     {

@@ -1,5 +1,6 @@
 #include "AmountScanner.h"
 #include "Numerals.h"
+#include "SentenceScan.h"
 #include "TestContext.h"
 
 #include <QTest>
@@ -151,6 +152,70 @@ private slots:
         for (const AmountMention& m : AmountScanner(defaultCurrency, Lexicon::builtIn()).scan(text))
             found.append(QString::number(m.value) + u' ' + m.currency);
         QCOMPARE(found.join(QStringLiteral("; ")), expected);
+    }
+
+    // Numbers that are something other than money keep their kind, and only money is left.
+    void numbersThatAreNotMoney_data()
+    {
+        QTest::addColumn<QString>("sentence");
+        QTest::addColumn<QString>("span"); // a piece of the sentence, marked whole as `kind`
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("money");
+        const int code = int(Mark::code);
+        const int identifier = int(Mark::identifier);
+        const int ordinal = int(Mark::ordinal);
+        const int quantity = int(Mark::quantity);
+        const int date = int(Mark::date);
+        QTest::newRow("labelled number") << "尾号 6789 的卡"
+                                         << "尾号 6789" << code << "";
+        QTest::newRow("spaced phone number") << "call 0412 345 678"
+                                             << "0412 345 678" << code << "";
+        QTest::newRow("mobile number beside a price") << "充话费 13912345678 100 人民币"
+                                                      << "13912345678" << code << "100 CNY";
+        QTest::newRow("course code") << "复习 ECON10004"
+                                     << "ECON10004" << identifier << "";
+        QTest::newRow("standard name") << "Optus 5G 套餐 35"
+                                       << "5G" << identifier << "35 AUD";
+        QTest::newRow("dashed standard") << "USB-C 3.2 hub 49"
+                                         << "3.2" << identifier << "49 AUD";
+        QTest::newRow("model number after a model word") << "Xbox 360 手柄 45"
+                                                         << "360" << identifier << "45 AUD";
+        QTest::newRow("model word before a priced number") << "iPhone 15 Pro 8999 元"
+                                                           << "15" << identifier << "8999 CNY";
+        QTest::newRow("chinese ordinal with counter") << "开始读第 7 章"
+                                                      << "第 7 章" << ordinal << "";
+        QTest::newRow("english ordinal") << "2nd coffee 4"
+                                         << "2nd" << ordinal << "4 AUD";
+        QTest::newRow("position word") << "chapter 7 notes"
+                                       << "7" << ordinal << "";
+        QTest::newRow("spaced count of days") << "还剩 4 天交房租"
+                                              << "4 天" << quantity << "";
+        QTest::newRow("bus route") << "坐 903 路去学校"
+                                   << "903 路" << identifier << "";
+        QTest::newRow("year with nian") << "2024 年退税 860"
+                                        << "2024 年" << date << "860 AUD";
+        QTest::newRow("year beside a price") << "paid 2025 rego 850"
+                                             << "2025" << date << "850 AUD";
+        QTest::newRow("thousands comma") << "学费 12,000 人民币"
+                                         << "" << code << "12000 CNY";
+    }
+    void numbersThatAreNotMoney()
+    {
+        QFETCH(QString, sentence);
+        QFETCH(QString, span);
+        QFETCH(int, kind);
+        QFETCH(QString, money);
+        const SentenceScan scan = SentenceScan::of(sentence, contextAt());
+        if (!span.isEmpty()) {
+            const qsizetype at = sentence.indexOf(span);
+            QVERIFY(at >= 0);
+            for (qsizetype i = at; i < at + span.size(); ++i)
+                QVERIFY2(scan.text.markAt(i) == Mark(kind), qPrintable(QStringLiteral("at %1").arg(i)));
+        }
+        QStringList found;
+        for (const AmountMention& m : scan.amounts)
+            found.append(QString::number(m.value) + u' ' + m.currency);
+        QCOMPARE(found.join(QStringLiteral("; ")), money);
     }
 
     void currencyNamedAlone_data()
