@@ -9,8 +9,8 @@ namespace language {
 namespace {
 
 struct Word {
-    const char16_t* text;
-    const char16_t* code; // empty: the household's currency
+    QStringView text;
+    QStringView code; // empty: the household's currency
 };
 
 // Longest first within each list.
@@ -53,7 +53,7 @@ constexpr Word prefixWords[] = {
 };
 
 // Words that count or measure things; a number right before one is a quantity.
-constexpr const char16_t* longUnits[]
+constexpr QStringView longUnits[]
     = { u"个人", u"公斤", u"公里", u"千克", u"毫升", u"公升", u"小时", u"分钟", u"星期", u"个月", u"平米", u"平方",
           u"单元", u"kcal", u"kwh", u"mah", u"kg", u"km", u"ml", u"pcs", u"cm", u"mm", u"gb", u"tb", u"mb", u"kb",
           u"lbs", u"lb", u"oz", u"steps", u"step", u"sets", u"reps", u"times", u"cal", u"g", u"l", u"m" };
@@ -64,9 +64,9 @@ constexpr char16_t shortUnits[] = u"个杯瓶斤份张次件袋盒包只条双�
 // the household's lexicon ("4 天交房租" counts days, "20 晚饭" does not count evenings).
 constexpr char16_t spacedUnits[] = u"斤杯瓶张件袋盒只双支罐碗颗根箱串束朵盆步";
 // Words that begin with a counting character but count nothing.
-constexpr const char16_t* notCounts[] = { u"人均", u"人民币", u"天气", u"点心", u"晚上", u"周末", u"月底", u"月初",
-    u"年底", u"年初", u"年费", u"月费", u"月卡", u"年卡", u"次卡", u"期间", u"部分", u"份子", u"本来", u"本月", u"本周",
-    u"条件", u"包括", u"度假", u"分钟", u"个月", u"点外卖" };
+constexpr QStringView notCounts[] = { u"人均", u"人民币", u"天气", u"点心", u"晚上", u"周末", u"月底", u"月初", u"年底",
+    u"年初", u"年费", u"月费", u"月卡", u"年卡", u"次卡", u"期间", u"部分", u"份子", u"本来", u"本月", u"本周", u"条件",
+    u"包括", u"度假", u"分钟", u"个月", u"点外卖" };
 // Words that turn the number before them into a name: a bus route, a line, a house number.
 constexpr char16_t namingWords[] = u"路号";
 
@@ -222,7 +222,7 @@ qsizetype AmountScanner::quantityUnitAt(const MarkedText& text, qsizetype end) c
     const qsizetype at = text.skipSpaces(end);
     if (at >= text.size() || !text.isFree(at))
         return 0;
-    for (const char16_t* unit : longUnits) {
+    for (QStringView unit : longUnits) {
         const QStringView word(unit);
         // A one-letter unit must be glued to its number ("2l", "500g"); "5 m" is left alone.
         if (word.size() == 1 && at != end)
@@ -243,7 +243,7 @@ qsizetype AmountScanner::quantityUnitAt(const MarkedText& text, qsizetype end) c
             return next - end;
     }
     const QStringView rest = QStringView(text.folded()).mid(at);
-    for (const char16_t* word : notCounts) {
+    for (QStringView word : notCounts) {
         if (rest.startsWith(QStringView(word)))
             return 0;
     }
@@ -256,7 +256,7 @@ std::optional<CurrencyWord> AmountScanner::suffixAt(const MarkedText& text, qsiz
 {
     for (const Word& word : suffixWords) {
         if (matchWord(text, pos, QStringView(word.text)))
-            return CurrencyWord { QString::fromUtf16(word.code), QStringView(word.text).size() };
+            return CurrencyWord { word.code.toString(), QStringView(word.text).size() };
     }
     return std::nullopt;
 }
@@ -265,7 +265,7 @@ std::optional<CurrencyWord> AmountScanner::prefixAt(const MarkedText& text, qsiz
 {
     for (const Word& word : prefixWords) {
         if (matchWord(text, pos, QStringView(word.text)))
-            return CurrencyWord { QString::fromUtf16(word.code), QStringView(word.text).size() };
+            return CurrencyWord { word.code.toString(), QStringView(word.text).size() };
     }
     return std::nullopt;
 }

@@ -62,8 +62,8 @@ bool isLatinWord(QStringView word)
 bool contains(QStringView folded, QStringView word)
 {
     if (!isLatinWord(word))
-        return folded.contains(word);
-    for (qsizetype at = folded.indexOf(word); at >= 0; at = folded.indexOf(word, at + 1)) {
+        return chars::find(folded, word) >= 0;
+    for (qsizetype at = chars::find(folded, word); at >= 0; at = chars::find(folded, word, at + 1)) {
         const qsizetype end = at + word.size();
         if ((at == 0 || !chars::isLatin(folded.at(at - 1)))
             && (end >= folded.size() || !chars::isLatin(folded.at(end))))
@@ -74,8 +74,9 @@ bool contains(QStringView folded, QStringView word)
 
 bool containsAny(QStringView folded, const Words& words)
 {
+    const chars::Mask mask(folded);
     for (QStringView word : words) {
-        if (contains(folded, word))
+        if (mask.mayContain(word) && contains(folded, word))
             return true;
     }
     return false;

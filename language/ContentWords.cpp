@@ -5,48 +5,47 @@ namespace language {
 namespace {
 
 // Dropped at the start of a phrase, even when nothing remains.
-constexpr const char16_t* leadingFunctionWords[]
+constexpr QStringView leadingFunctionWords[]
     = { u"还有", u"另外", u"以及", u"然后", u"刚才", u"刚刚", u"现在", u"正在", u"一直", u"要去", u"我", u"在", u"去",
           u"到", u"和", u"跟", u"与", u"又", u"再", u"也", u"的", u"把", u"就", u"是", u"刚" };
 // Dropped at the start of a description's chunk when a real word follows.
-constexpr const char16_t* leadingVerbs[] = { u"付的", u"出的", u"买的", u"收到", u"支付", u"花费", u"买", u"吃", u"喝",
+constexpr QStringView leadingVerbs[] = { u"付的", u"出的", u"买的", u"收到", u"支付", u"花费", u"买", u"吃", u"喝",
     u"付", u"交", u"缴", u"花", u"用", u"充", u"点", u"叫", u"订" };
 // Dropped after a leading verb when at least two characters remain ("买件外套").
-constexpr const char16_t* countingWords[] = { u"个", u"件", u"杯", u"份", u"些", u"张", u"瓶", u"支", u"双", u"盒",
-    u"碗", u"顿", u"斤", u"袋", u"罐", u"串", u"根", u"台", u"部", u"把", u"套", u"条", u"只", u"本", u"副" };
+constexpr QStringView countingWords[] = { u"个", u"件", u"杯", u"份", u"些", u"张", u"瓶", u"支", u"双", u"盒", u"碗",
+    u"顿", u"斤", u"袋", u"罐", u"串", u"根", u"台", u"部", u"把", u"套", u"条", u"只", u"本", u"副" };
 // Dropped at the end of a description's chunk when something remains.
-constexpr const char16_t* trailingWords[] = { u"到账", u"的钱", u"的" };
+constexpr QStringView trailingWords[] = { u"到账", u"的钱", u"的" };
 // Dropped at the end of a description's chunk when a word of two characters remains: "点外卖花"
 // loses its verb, "买花" keeps its flowers.
-constexpr const char16_t* trailingVerbs[] = { u"花了", u"付了", u"花", u"付" };
+constexpr QStringView trailingVerbs[] = { u"花了", u"付了", u"花", u"付" };
 // Dropped at the end of an activity's chunk when two characters remain ("做饭用了半小时").
-constexpr const char16_t* trailingActivityWords[]
-    = { u"用", u"花", u"大概", u"左右", u"差不多", u"一共", u"一下", u"去" };
+constexpr QStringView trailingActivityWords[] = { u"用", u"花", u"大概", u"左右", u"差不多", u"一共", u"一下", u"去" };
 // Dropped at the end of any chunk when something remains.
-constexpr const char16_t* trailingParticles[] = { u"啊", u"吧", u"呢", u"哦", u"嘛", u"呀", u"啦" };
+constexpr QStringView trailingParticles[] = { u"啊", u"吧", u"呢", u"哦", u"嘛", u"呀", u"啦" };
 // A chunk that is only one of these says nothing.
-constexpr const char16_t* emptyWords[]
+constexpr QStringView emptyWords[]
     = { u"钱", u"块", u"一共", u"共", u"花", u"用", u"付", u"交", u"买", u"了", u"我", u"的", u"是", u"在", u"和",
           u"跟", u"还有", u"花费", u"支出", u"消费", u"记", u"记一下", u"记一笔", u"帮我记", u"记账", u"大概", u"左右",
           u"差不多", u"一下", u"到账", u"收入", u"进账", u"人均", u"每人", u"每月", u"每个月", u"每周", u"每年" };
 
 // English words that say nothing at the start of a phrase ("the essay", "ok finished work").
-constexpr const char16_t* leadingEnglishWords[]
+constexpr QStringView leadingEnglishWords[]
     = { u"the", u"a", u"an", u"my", u"our", u"his", u"her", u"their", u"some", u"ok", u"okay", u"so", u"just", u"i",
           u"for", u"at", u"on", u"in", u"of", u"to", u"with", u"from", u"by", u"and", u"s" };
 // English verbs of paying, dropped at the start of a description ("bought shoes", "paid for lunch").
-constexpr const char16_t* leadingEnglishVerbs[]
+constexpr QStringView leadingEnglishVerbs[]
     = { u"bought", u"buy", u"paid", u"pay", u"got", u"spent", u"spend", u"purchased", u"ordered" };
 // English words that leave a phrase dangling at its end ("coding for", "uber at").
-constexpr const char16_t* trailingEnglishWords[]
+constexpr QStringView trailingEnglishWords[]
     = { u"for", u"at", u"on", u"in", u"of", u"to", u"with", u"from", u"by", u"and", u"the", u"a", u"s" };
 // Verbs that say only how a thing was had ("住 酒店", "坐 903 路"), dropped when they stand alone
 // before what they are about.
-constexpr const char16_t* bareVerbs[] = { u"住", u"坐", u"租", u"办", u"修", u"打", u"看" };
+constexpr QStringView bareVerbs[] = { u"住", u"坐", u"租", u"办", u"修", u"打", u"看" };
 
-template<size_t N> bool isOneOf(const QString& word, const char16_t* const (&list)[N])
+template<size_t N> bool isOneOf(const QString& word, const QStringView (&list)[N])
 {
-    for (const char16_t* w : list) {
+    for (QStringView w : list) {
         if (word.compare(QStringView(w), Qt::CaseInsensitive) == 0)
             return true;
     }
@@ -65,9 +64,9 @@ QString withoutLe(const QString& word)
     return out;
 }
 
-template<size_t N> bool stripPrefix(QString& word, const char16_t* const (&list)[N], qsizetype keepAtLeast)
+template<size_t N> bool stripPrefix(QString& word, const QStringView (&list)[N], qsizetype keepAtLeast)
 {
-    for (const char16_t* w : list) {
+    for (QStringView w : list) {
         const QStringView prefix(w);
         if (word.startsWith(prefix) && word.size() - prefix.size() >= keepAtLeast) {
             word.remove(0, prefix.size());
@@ -77,9 +76,9 @@ template<size_t N> bool stripPrefix(QString& word, const char16_t* const (&list)
     return false;
 }
 
-template<size_t N> bool stripSuffix(QString& word, const char16_t* const (&list)[N], qsizetype keepAtLeast)
+template<size_t N> bool stripSuffix(QString& word, const QStringView (&list)[N], qsizetype keepAtLeast)
 {
-    for (const char16_t* w : list) {
+    for (QStringView w : list) {
         const QStringView suffix(w);
         if (word.endsWith(suffix) && word.size() - suffix.size() >= keepAtLeast) {
             word.chop(suffix.size());
@@ -91,7 +90,7 @@ template<size_t N> bool stripSuffix(QString& word, const char16_t* const (&list)
 
 bool isEmptyWord(const QString& word)
 {
-    for (const char16_t* w : emptyWords) {
+    for (QStringView w : emptyWords) {
         if (word == QStringView(w))
             return true;
     }
@@ -102,7 +101,7 @@ bool isEmptyWord(const QString& word)
 
 bool ContentWords::stripLeadingVerb(QString& word) const
 {
-    for (const char16_t* w : leadingVerbs) {
+    for (QStringView w : leadingVerbs) {
         const QStringView verb(w);
         if (!word.startsWith(verb) || word.size() - verb.size() < 2)
             continue;
@@ -119,14 +118,14 @@ bool ContentWords::stripLeadingVerb(QString& word) const
 // "买根", "买了件": a verb and its counting word, before the thing they count.
 bool ContentWords::isVerbAndCounter(const QString& word) const
 {
-    for (const char16_t* w : leadingVerbs) {
+    for (QStringView w : leadingVerbs) {
         const QStringView verb(w);
         if (!word.startsWith(verb))
             continue;
         const QStringView rest = QStringView(word).mid(verb.size());
         if (rest.isEmpty())
             return true;
-        for (const char16_t* counter : countingWords) {
+        for (QStringView counter : countingWords) {
             if (rest == QStringView(counter))
                 return true;
         }

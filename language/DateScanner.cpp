@@ -96,7 +96,7 @@ const QRegularExpression& englishDaysAgo()
 
 int englishMonth(QStringView name)
 {
-    static constexpr const char16_t* starts[]
+    static constexpr QStringView starts[]
         = { u"jan", u"feb", u"mar", u"apr", u"may", u"jun", u"jul", u"aug", u"sep", u"oct", u"nov", u"dec" };
     for (int i = 0; i < 12; ++i) {
         if (name.startsWith(QStringView(starts[i])))
@@ -107,7 +107,7 @@ int englishMonth(QStringView name)
 
 int englishWeekdayNumber(QStringView name)
 {
-    static constexpr const char16_t* starts[] = { u"mon", u"tue", u"wed", u"thu", u"fri", u"sat", u"sun" };
+    static constexpr QStringView starts[] = { u"mon", u"tue", u"wed", u"thu", u"fri", u"sat", u"sun" };
     for (int i = 0; i < 7; ++i) {
         if (name.startsWith(QStringView(starts[i])))
             return i + 1;
@@ -117,7 +117,7 @@ int englishWeekdayNumber(QStringView name)
 
 int englishCount(QStringView word)
 {
-    static constexpr const char16_t* words[] = { u"a", u"one", u"two", u"three", u"four", u"five", u"six", u"seven" };
+    static constexpr QStringView words[] = { u"a", u"one", u"two", u"three", u"four", u"five", u"six", u"seven" };
     if (word == u"an")
         return 1;
     for (int i = 0; i < 8; ++i) {
@@ -137,7 +137,7 @@ bool hasLatin(QStringView text)
 }
 
 struct DayWord {
-    const char16_t* word;
+    QStringView word;
     int offset;
     DayPeriod period;
 };
@@ -180,7 +180,7 @@ constexpr DayWord dayWords[] = {
 };
 
 struct RangeWord {
-    const char16_t* word;
+    QStringView word;
     enum { week, month, year } unit;
     int offset;
 };
@@ -228,7 +228,7 @@ constexpr RangeWord rangeWords[] = {
 };
 
 struct PeriodEntry {
-    const char16_t* word;
+    QStringView word;
     DayPeriod period;
 };
 constexpr PeriodEntry periodWords[] = {

@@ -117,9 +117,8 @@ FinanceParse FinanceParser::parse(const SentenceScan& scan) const
             text.mark(m.pos, m.len, Mark::free);
         amounts.clear();
     };
-    const auto refusal = BookingShape::refusal(text, scan.when, today);
-    const BookingShape::Evidence evidence
-        = refusal ? BookingShape::Evidence::none : BookingShape::evidence(text, amounts, lexicon);
+    const std::optional<FinanceProblem>& refusal = scan.refusal;
+    const BookingShape::Evidence evidence = scan.evidence;
     if (evidence == BookingShape::Evidence::none)
         dropAmounts();
     if (amounts.isEmpty()) {

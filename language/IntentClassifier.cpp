@@ -14,37 +14,38 @@ namespace language {
 
 namespace {
 
-constexpr const char16_t* deleteVerbs[] = { u"删掉", u"删除", u"删了", u"删", u"撤销", u"撤回", u"作废", u"去掉",
-    u"不要了", u"不要", u"取消", u"undo", u"delete" };
-constexpr const char16_t* recordReferences[] = { u"刚才", u"刚刚", u"上一", u"上条", u"上笔", u"那笔", u"这笔", u"那条",
+constexpr QStringView deleteVerbs[] = { u"删掉", u"删除", u"删了", u"删", u"撤销", u"撤回", u"作废", u"去掉", u"不要了",
+    u"不要", u"取消", u"undo", u"delete" };
+constexpr QStringView recordReferences[] = { u"刚才", u"刚刚", u"上一", u"上条", u"上笔", u"那笔", u"这笔", u"那条",
     u"这条", u"最后", u"那个", u"这个", u"记录", u"那次", u"最近一" };
 // Words that say nothing beyond the delete verb ("删了吧", "帮我撤销一下").
-constexpr const char16_t* politeWords[]
+constexpr QStringView politeWords[]
     = { u"帮我", u"一下", u"请", u"把", u"吧", u"了", u"的", u"啊", u"掉", u"吗", u"呢" };
 
-constexpr const char16_t* editVerbs[] = { u"修改为", u"修改成", u"更正为", u"改成", u"改为", u"改到", u"换成",
-    u"应该是", u"其实是", u"写错了", u"改一下", u"不对", u"错了" };
+constexpr QStringView editVerbs[] = { u"修改为", u"修改成", u"更正为", u"改成", u"改为", u"改到", u"换成", u"应该是",
+    u"其实是", u"写错了", u"改一下", u"不对", u"错了" };
 
-constexpr const char16_t* questionWords[] = { u"多少", u"多久", u"几个小时", u"几小时", u"几次", u"什么", u"啥",
-    u"干嘛", u"哪些", u"哪里", u"哪儿", u"哪", u"吗", u"怎么", u"如何", u"统计", u"汇总", u"总结", u"查一下", u"查查",
-    u"看看", u"列出", u"?", u"how much", u"how long", u"how many", u"what did" };
+constexpr QStringView questionWords[] = { u"多少", u"多久", u"几个小时", u"几小时", u"几次", u"什么", u"啥", u"干嘛",
+    u"哪些", u"哪里", u"哪儿", u"哪", u"吗", u"怎么", u"如何", u"统计", u"汇总", u"总结", u"查一下", u"查查", u"看看",
+    u"列出", u"?", u"how much", u"how long", u"how many", u"what did" };
 // Checked first: a question about hours is about time even when it says 花 ("时间都花在哪了").
-constexpr const char16_t* timeQuestionWords[]
+constexpr QStringView timeQuestionWords[]
     = { u"时间", u"多久", u"小时", u"时长", u"做了", u"干了", u"干嘛", u"忙了", u"忙什么", u"干啥", u"做啥", u"哪些事",
           u"什么事", u"how long", u"how many hours", u"what did i do", u"what did we do" };
-constexpr const char16_t* moneyQuestionWords[] = { u"花", u"消费", u"支出", u"开销", u"开支", u"钱", u"收入", u"赚",
-    u"账", u"预算", u"余额", u"费", u"进账", u"多少", u"how much", u"spend", u"spent" };
+constexpr QStringView moneyQuestionWords[] = { u"花", u"消费", u"支出", u"开销", u"开支", u"钱", u"收入", u"赚", u"账",
+    u"预算", u"余额", u"费", u"进账", u"多少", u"how much", u"spend", u"spent" };
 // Nouns that make a statement with a period a question ("上个月收入", "今天学习时间").
-constexpr const char16_t* reportNouns[]
+constexpr QStringView reportNouns[]
     = { u"收入", u"支出", u"开销", u"开支", u"消费", u"花销", u"花费", u"时间", u"时长" };
 // Taken out before looking for a category, so that 收入 or 花 do not name one.
-constexpr const char16_t* moneyDomainWords[] = { u"多少钱", u"花了", u"花", u"消费", u"支出", u"开销", u"开支", u"收入",
+constexpr QStringView moneyDomainWords[] = { u"多少钱", u"花了", u"花", u"消费", u"支出", u"开销", u"开支", u"收入",
     u"进账", u"赚了", u"赚", u"多少", u"钱", u"how much", u"spend", u"spent" };
 
-template<size_t N> bool containsAny(const QString& folded, const char16_t* const (&words)[N])
+template<size_t N> bool containsAny(const QString& folded, const QStringView (&words)[N])
 {
-    for (const char16_t* w : words) {
-        if (folded.contains(QStringView(w)))
+    const chars::Mask mask(folded);
+    for (QStringView w : words) {
+        if (mask.mayContain(w) && chars::find(folded, w) >= 0)
             return true;
     }
     return false;
@@ -54,7 +55,7 @@ bool isDelete(const QString& folded)
 {
     QString residual = folded;
     bool verb = false;
-    for (const char16_t* w : deleteVerbs) {
+    for (QStringView w : deleteVerbs) {
         if (residual.contains(QStringView(w))) {
             residual.remove(QStringView(w).toString());
             verb = true;
@@ -64,7 +65,7 @@ bool isDelete(const QString& folded)
         return false;
     if (containsAny(folded, recordReferences))
         return true;
-    for (const char16_t* w : politeWords)
+    for (QStringView w : politeWords)
         residual.remove(QStringView(w).toString());
     for (QChar c : residual) {
         if (!c.isSpace() && !chars::isSeparator(QString(c), 0))
@@ -77,7 +78,7 @@ bool isDelete(const QString& folded)
 qsizetype editVerbEnd(const QString& folded)
 {
     qsizetype bestEnd = -1;
-    for (const char16_t* w : editVerbs) {
+    for (QStringView w : editVerbs) {
         const qsizetype at = folded.lastIndexOf(QStringView(w));
         if (at >= 0)
             bestEnd = qMax(bestEnd, at + QStringView(w).size());
@@ -202,13 +203,13 @@ std::optional<Query> IntentClassifier::readQuery(QStringView sentence) const
         else if (folded.contains(u'花') || folded.contains(u"消费") || folded.contains(u"支出")
             || folded.contains(u"开销") || folded.contains(u"开支"))
             query.flow = MoneyFlow::expense;
-        for (const char16_t* word : moneyDomainWords) {
+        for (QStringView word : moneyDomainWords) {
             while (text.take(QStringView(word), Mark::marker)) { }
         }
         if (const auto match = lexicon.matchFinance(text.freeFolded()))
             query.category = match->category;
     } else {
-        for (const char16_t* word : timeQuestionWords) {
+        for (QStringView word : timeQuestionWords) {
             while (text.take(QStringView(word), Mark::marker)) { }
         }
         if (const auto category = lexicon.matchTime(text.freeFolded()))

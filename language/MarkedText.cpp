@@ -4,23 +4,6 @@ namespace language {
 
 namespace chars {
 
-bool isCjk(QChar c)
-{
-    const char16_t u = c.unicode();
-    return (u >= 0x4E00 && u <= 0x9FFF) || (u >= 0x3400 && u <= 0x4DBF);
-}
-
-bool isLatin(QChar c)
-{
-    const char16_t u = c.unicode();
-    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z');
-}
-
-bool isDigit(QChar c)
-{
-    return c.unicode() >= '0' && c.unicode() <= '9';
-}
-
 bool isSeparator(QStringView text, qsizetype pos)
 {
     const QChar c = text.at(pos);
@@ -40,6 +23,25 @@ bool isSeparator(QStringView text, qsizetype pos)
             return true;
     }
     return false;
+}
+
+qsizetype find(QStringView hay, QStringView needle, qsizetype from)
+{
+    const qsizetype n = needle.size();
+    if (n == 0)
+        return -1;
+    const QChar* h = hay.data();
+    const QChar* w = needle.data();
+    for (qsizetype i = qMax<qsizetype>(from, 0); i + n <= hay.size(); ++i) {
+        if (h[i] != w[0])
+            continue;
+        qsizetype k = 1;
+        while (k < n && h[i + k] == w[k])
+            ++k;
+        if (k == n)
+            return i;
+    }
+    return -1;
 }
 
 } // namespace chars
@@ -72,6 +74,7 @@ MarkedText::MarkedText(QStringView raw)
         m_text.append(n);
         m_folded.append(chars::isLatin(n) ? n.toLower() : n);
     }
+    m_mask = chars::Mask(m_folded);
     m_marks = QList<Mark>(m_text.size(), Mark::free);
 }
 
@@ -94,12 +97,12 @@ void MarkedText::mark(qsizetype pos, qsizetype len, Mark kind)
 
 qsizetype MarkedText::findFree(QStringView needle, qsizetype from) const
 {
-    if (needle.isEmpty())
+    if (needle.isEmpty() || !m_mask.mayContain(needle))
         return -1;
     bool latinWord = true;
     for (QChar c : needle)
         latinWord = latinWord && (chars::isLatin(c) || c == u' ');
-    qsizetype at = m_folded.indexOf(needle, from);
+    qsizetype at = chars::find(m_folded, needle, from);
     while (at >= 0) {
         bool ok = isFree(at, needle.size());
         if (ok && latinWord) {
@@ -109,7 +112,7 @@ qsizetype MarkedText::findFree(QStringView needle, qsizetype from) const
         }
         if (ok)
             return at;
-        at = m_folded.indexOf(needle, at + 1);
+        at = chars::find(m_folded, needle, at + 1);
     }
     return -1;
 }

@@ -45,12 +45,54 @@ struct Chunk {
 };
 
 namespace chars {
-bool isCjk(QChar c);
-bool isLatin(QChar c);
-bool isDigit(QChar c);
+inline bool isCjk(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x4E00 && u <= 0x9FFF) || (u >= 0x3400 && u <= 0x4DBF);
+}
+inline bool isLatin(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z');
+}
+inline bool isDigit(QChar c)
+{
+    return c.unicode() >= '0' && c.unicode() <= '9';
+}
 // Spaces and punctuation that end a chunk. '-' and '/' count only where they do not join two
 // letters or digits ("hi-fi", "7-11" stay whole).
 bool isSeparator(QStringView text, qsizetype pos);
+// Index of `needle` in `hay` at or after `from`, -1 when absent. A plain scan: sentences are
+// short, and the library's search pays a set-up cost on every call that outweighs the search.
+qsizetype find(QStringView hay, QStringView needle, qsizetype from = 0);
+
+// Which characters a text holds, folded into 64 bits: a word with a character the text lacks
+// cannot be in it, which spares most of the searches through the word lists.
+class Mask {
+public:
+    Mask() = default;
+    explicit Mask(QStringView text)
+    {
+        for (QChar c : text)
+            m_bits |= bit(c);
+    }
+    bool mayContain(QStringView word) const
+    {
+        for (QChar c : word) {
+            if (!(m_bits & bit(c)))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    static quint64 bit(QChar c)
+    {
+        const char16_t u = c.unicode();
+        return quint64(1) << ((u ^ (u >> 6)) & 63);
+    }
+    quint64 m_bits = 0;
+};
 } // namespace chars
 
 class MarkedText {
@@ -59,6 +101,7 @@ public:
 
     const QString& text() const { return m_text; }
     const QString& folded() const { return m_folded; }
+    const chars::Mask& mask() const { return m_mask; }
     qsizetype size() const { return m_text.size(); }
 
     bool isFree(qsizetype pos, qsizetype len = 1) const;
@@ -85,6 +128,7 @@ public:
 private:
     QString m_text;
     QString m_folded;
+    chars::Mask m_mask;
     QList<Mark> m_marks;
 };
 

@@ -8,22 +8,22 @@ namespace language {
 namespace {
 
 // Words that name the number after them (with 是, 为, ":" or "is" between, or nothing).
-constexpr const char16_t* labels[]
+constexpr QStringView labels[]
     = { u"快递单号", u"手机号码", u"电话号码", u"身份证号", u"客服电话", u"联系电话", u"手机号", u"订单号", u"运单号",
           u"房间号", u"门牌号", u"航班号", u"座位号", u"车牌号", u"验证码", u"尾号", u"号码", u"编号", u"单号", u"密码",
           u"房号", u"工号", u"学号", u"邮编", u"账号", u"卡号", u"电话", u"post code", u"postcode", u"zip", u"pin",
           u"abn", u"acn", u"bsb", u"tfn", u"account", u"acc", u"tel", u"phone", u"mobile", u"number", u"ref", u"code" };
 
 // A number after one of these names a model ("Xbox 360", "iPhone 15 Pro").
-constexpr const char16_t* modelWords[] = { u"iphone", u"ipad", u"pixel", u"galaxy", u"xbox", u"ps", u"playstation",
+constexpr QStringView modelWords[] = { u"iphone", u"ipad", u"pixel", u"galaxy", u"xbox", u"ps", u"playstation",
     u"switch", u"macbook", u"airpods", u"watch", u"series", u"model", u"mate", u"nova", u"note", u"redmi", u"xiaomi",
     u"kindle", u"surface", u"thinkpad", u"rtx", u"gtx", u"rx", u"ryzen", u"core", u"gen", u"pro", u"max", u"plus",
     u"ultra", u"mini", u"air", u"se", u"mk", u"mark", u"office" };
 // Model words whose numbers may have a decimal part ("USB-C 3.2", "iOS 17.4").
-constexpr const char16_t* versionWords[] = { u"usb-c", u"usb", u"wifi", u"wi-fi", u"bluetooth", u"ios", u"android",
+constexpr QStringView versionWords[] = { u"usb-c", u"usb", u"wifi", u"wi-fi", u"bluetooth", u"ios", u"android",
     u"macos", u"windows", u"python", u"hdmi", u"version", u"ver", u"v" };
 // A number after one of these is a position in a course or a series ("chapter 7", "week 6").
-constexpr const char16_t* positionWords[]
+constexpr QStringView positionWords[]
     = { u"chapter", u"ch", u"lecture", u"lec", u"week", u"wk", u"unit", u"lab", u"tutorial", u"tute", u"workshop",
           u"level", u"round", u"part", u"episode", u"ep", u"season", u"lesson", u"module", u"assignment", u"quiz",
           u"exercise", u"problem", u"question", u"task", u"page", u"room", u"gate", u"platform", u"seat", u"day" };
@@ -32,20 +32,20 @@ constexpr const char16_t* positionWords[]
 constexpr char16_t ordinalCounters[] = u"次节章课名届期季集天周年个杯轮份号页部题场回局遍层位排楼批";
 
 // Letters after digits that make a count, a length of time or money, not a name.
-constexpr const char16_t* unitSuffixes[] = { u"k", u"w", u"kg", u"g", u"mg", u"km", u"m", u"cm", u"mm", u"ml", u"l",
-    u"gb", u"mb", u"tb", u"kb", u"mah", u"kwh", u"h", u"hr", u"hrs", u"min", u"mins", u"s", u"sec", u"secs", u"am",
-    u"pm", u"x", u"lbs", u"lb", u"oz", u"pcs", u"pc", u"d" };
-constexpr const char16_t* ordinalSuffixes[] = { u"st", u"nd", u"rd", u"th" };
+constexpr QStringView unitSuffixes[] = { u"k", u"w", u"kg", u"g", u"mg", u"km", u"m", u"cm", u"mm", u"ml", u"l", u"gb",
+    u"mb", u"tb", u"kb", u"mah", u"kwh", u"h", u"hr", u"hrs", u"min", u"mins", u"s", u"sec", u"secs", u"am", u"pm",
+    u"x", u"lbs", u"lb", u"oz", u"pcs", u"pc", u"d" };
+constexpr QStringView ordinalSuffixes[] = { u"st", u"nd", u"rd", u"th" };
 // Letters before digits that make money ("aud50", "us$"), or a multiplier ("x2").
-constexpr const char16_t* moneyPrefixes[] = { u"aud", u"usd", u"rmb", u"cny", u"au", u"us", u"a", u"x" };
+constexpr QStringView moneyPrefixes[] = { u"aud", u"usd", u"rmb", u"cny", u"au", u"us", u"a", u"x" };
 
 // A four-digit year follows these.
-constexpr const char16_t* yearLeads[]
+constexpr QStringView yearLeads[]
     = { u"in", u"since", u"from", u"until", u"till", u"by", u"born", u"year", u"of", u"毕业于", u"于", u"从" };
 
-template<size_t N> bool oneOf(QStringView word, const char16_t* const (&list)[N])
+template<size_t N> bool oneOf(QStringView word, const QStringView (&list)[N])
 {
-    for (const char16_t* w : list) {
+    for (QStringView w : list) {
         if (word == QStringView(w))
             return true;
     }
@@ -143,7 +143,7 @@ bool numberStartsAt(const QString& f, qsizetype pos)
 void takeLabelled(MarkedText& text)
 {
     const QString& f = text.folded();
-    for (const char16_t* label : labels) {
+    for (QStringView label : labels) {
         const QStringView word(label);
         for (qsizetype at = text.findFree(word); at >= 0; at = text.findFree(word, at + 1)) {
             qsizetype i = text.skipSpaces(at + word.size());
@@ -285,7 +285,7 @@ void takeNamedNumbers(MarkedText& text)
 {
     const QString& f = text.folded();
     auto scanWords = [&](const auto& words, bool decimals, Mark kind, bool models) {
-        for (const char16_t* w : words) {
+        for (QStringView w : words) {
             const QStringView word(w);
             for (qsizetype at = text.findFree(word); at >= 0; at = text.findFree(word, at + 1)) {
                 const qsizetype end = at + word.size();
@@ -348,7 +348,7 @@ void takeYears(MarkedText& text)
         }
         bool led = false;
         const qsizetype before = text.skipSpacesBack(i);
-        for (const char16_t* w : yearLeads) {
+        for (QStringView w : yearLeads) {
             const QStringView lead(w);
             const qsizetype at = before - lead.size();
             if (at >= 0 && text.startsWithAt(at, lead)

@@ -7,7 +7,8 @@ namespace language {
 
 SentenceScan SentenceScan::of(QStringView sentence, const Context& context)
 {
-    SentenceScan scan { MarkedText(sentence), {}, {}, {}, DayPeriod::none, false, {}, {} };
+    SentenceScan scan { MarkedText(sentence), {}, {}, {}, DayPeriod::none, false, {}, {}, {},
+        BookingShape::Evidence::none };
     MarkedText& text = scan.text;
     const DateScanner dates(context.today());
     scan.when = dates.scan(text);
@@ -20,6 +21,9 @@ SentenceScan SentenceScan::of(QStringView sentence, const Context& context)
     scan.spender = SpenderScanner(context.members).scan(text);
     NumberSpans::scan(text);
     scan.amounts = AmountScanner(context.defaultCurrency, context.words()).scan(text);
+    scan.refusal = BookingShape::refusal(text, scan.when, context.today());
+    if (!scan.refusal)
+        scan.evidence = BookingShape::evidence(text, scan.amounts, context.words());
     return scan;
 }
 

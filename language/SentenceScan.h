@@ -5,6 +5,7 @@
 // The agent reads one sentence as a booking and as a time record; both start from one scan.
 
 #include "AmountScanner.h"
+#include "BookingShape.h"
 #include "ClockScanner.h"
 #include "Context.h"
 #include "DateScanner.h"
@@ -26,6 +27,10 @@ struct SentenceScan {
     bool justNow = false; // 刚才, 刚刚
     QString spender; // a member's name, "shared", or empty
     QList<AmountMention> amounts; // with a currency word, and bare candidates, in sentence order
+    // Why the sentence names money without spending it, if it does; read once for every reading.
+    std::optional<FinanceProblem> refusal;
+    // What says the amounts are money (none when refused).
+    BookingShape::Evidence evidence = BookingShape::Evidence::none;
 
     static SentenceScan of(QStringView sentence, const Context& context);
 };

@@ -4,20 +4,20 @@ namespace language {
 
 namespace {
 
-constexpr const char16_t* sharedWords[] = { u"我们俩", u"咱们俩", u"我俩", u"咱俩", u"我们", u"咱们", u"一起",
-    u"一块儿", u"一块去", u"一块吃", u"aa制", u"aa", u"平摊", u"分摊", u"平分", u"均摊", u"一人一半", u"俩人",
-    u"两个人", u"both of us", u"split", u"shared", u"together", u"we" };
+constexpr QStringView sharedWords[] = { u"我们俩", u"咱们俩", u"我俩", u"咱俩", u"我们", u"咱们", u"一起", u"一块儿",
+    u"一块去", u"一块吃", u"aa制", u"aa", u"平摊", u"分摊", u"平分", u"均摊", u"一人一半", u"俩人", u"两个人",
+    u"both of us", u"split", u"shared", u"together", u"we" };
 // A member after these is paid for or paid to.
-constexpr const char16_t* beneficiaryWords[]
+constexpr QStringView beneficiaryWords[]
     = { u"转账给", u"转给", u"借给", u"还给", u"给", u"帮", u"替", u"送", u"请", u"for", u"to" };
 // A member after these was there too.
-constexpr const char16_t* companionWords[] = { u"和", u"跟", u"与", u"同", u"with" };
+constexpr QStringView companionWords[] = { u"和", u"跟", u"与", u"同", u"with" };
 
 // Start of one of `words` ending right before `pos` (spaces skipped), or -1.
 qsizetype wordEndingAt(const MarkedText& text, qsizetype pos, const auto& words)
 {
     const qsizetype end = text.skipSpacesBack(pos);
-    for (const char16_t* w : words) {
+    for (QStringView w : words) {
         const QStringView word(w);
         const qsizetype start = end - word.size();
         if (start < 0 || !text.startsWithAt(start, word) || !text.isFree(start, word.size()))
@@ -34,7 +34,7 @@ qsizetype wordEndingAt(const MarkedText& text, qsizetype pos, const auto& words)
 QString SpenderScanner::scan(MarkedText& text) const
 {
     bool isShared = false;
-    for (const char16_t* word : sharedWords) {
+    for (QStringView word : sharedWords) {
         while (text.take(QStringView(word), Mark::spender))
             isShared = true;
     }

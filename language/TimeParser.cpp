@@ -12,10 +12,10 @@ namespace {
 
 constexpr int minutesPerDay = 24 * 60;
 
-constexpr const char16_t* startWords[] = { u"开始", u"正在", u"准备", u"继续", u"going for a", u"going for",
-    u"starting", u"started", u"start", u"beginning", u"begin" };
-constexpr const char16_t* stopWords[] = { u"结束", u"停止", u"停下", u"暂停", u"完成", u"搞定", u"收工", u"下班",
-    u"起床", u"醒了", u"done with", u"finished with", u"stopped", u"stop", u"done", u"finished", u"finish" };
+constexpr QStringView startWords[] = { u"开始", u"正在", u"准备", u"继续", u"going for a", u"going for", u"starting",
+    u"started", u"start", u"beginning", u"begin" };
+constexpr QStringView stopWords[] = { u"结束", u"停止", u"停下", u"暂停", u"完成", u"搞定", u"收工", u"下班", u"起床",
+    u"醒了", u"done with", u"finished with", u"stopped", u"stop", u"done", u"finished", u"finish" };
 
 const QRegularExpression& quitVerb()
 {
@@ -84,9 +84,8 @@ TimeParse TimeParser::parse(const SentenceScan& scan) const
     const std::optional<double>& length = scan.length;
     // "停车 3 小时 12 刀": a price says this is spending, whatever else it mentions. Counts
     // ("两集", "5 公里") and numbers that are not money leave the activity.
-    const bool refused = BookingShape::refusal(text, when, today).has_value();
-    if (!scan.amounts.isEmpty() && !refused
-        && BookingShape::evidence(text, scan.amounts, lexicon) != BookingShape::Evidence::none) {
+    const bool refused = scan.refusal.has_value();
+    if (!scan.amounts.isEmpty() && !refused && scan.evidence != BookingShape::Evidence::none) {
         out.problem = TimeProblem::noTimeAction;
         return out;
     }
@@ -103,9 +102,9 @@ TimeParse TimeParser::parse(const SentenceScan& scan) const
     // Start and stop words.
     bool start = false;
     bool stop = false;
-    for (const char16_t* word : startWords)
+    for (QStringView word : startWords)
         start = text.take(QStringView(word), Mark::marker) || start;
-    for (const char16_t* word : stopWords)
+    for (QStringView word : stopWords)
         stop = text.take(QStringView(word), Mark::marker) || stop;
     for (qsizetype at = text.findFree(u"停"); at >= 0; at = text.findFree(u"停", at + 1)) {
         if (text.startsWithAt(at + 1, u"车"))
