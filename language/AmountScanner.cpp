@@ -53,12 +53,16 @@ constexpr Word prefixWords[] = {
 };
 
 // Words that count or measure things; a number right before one is a quantity.
-constexpr QStringView longUnits[]
-    = { u"个人", u"公斤", u"公里", u"千克", u"毫升", u"公升", u"小时", u"分钟", u"星期", u"个月", u"平米", u"平方",
-          u"单元", u"kcal", u"kwh", u"mah", u"kg", u"km", u"ml", u"pcs", u"cm", u"mm", u"gb", u"tb", u"mb", u"kb",
-          u"lbs", u"lb", u"oz", u"steps", u"step", u"sets", u"reps", u"times", u"cal", u"g", u"l", u"m" };
-constexpr char16_t shortUnits[] = u"个杯瓶斤份张次件袋盒包只条双本支罐碗人位天晚夜岁楼层米周月年折克升度倍期集节顿趟片"
-                                  u"颗根箱套间台部辆束朵盆桌场局遍页章点分秒听串栋寸码步组课名届轮批%";
+constexpr QStringView longUnits[] = { u"厘米", u"公分", u"毫米", u"千米", u"英里", u"英尺", u"英寸", u"平方米", u"cups",
+    u"cup", u"bottles", u"bottle", u"people", u"persons", u"nights", u"night", u"days", u"weeks", u"months", u"years",
+    u"pieces", u"packs", u"pack", u"boxes", u"bags", u"pages", u"laps", u"miles", u"mile", u"items", u"pairs", u"pair",
+    u"slices", u"glasses", u"rounds", u"kids", u"个人", u"公斤", u"公里", u"千克", u"毫升", u"公升", u"小时", u"分钟",
+    u"星期", u"个月", u"平米", u"平方", u"单元", u"kcal", u"kwh", u"mah", u"kg", u"km", u"ml", u"pcs", u"cm", u"mm",
+    u"gb", u"tb", u"mb", u"kb", u"lbs", u"lb", u"oz", u"steps", u"step", u"sets", u"reps", u"times", u"cal", u"g", u"l",
+    u"m" };
+constexpr char16_t shortUnits[]
+    = u"个杯瓶斤份张次件袋盒包只条双本支罐碗人位天晚夜岁楼层米周月年折克升度倍期集节顿趟片勺粒首座所家道圈户头匹"
+      u"颗根箱套间台部辆束朵盆桌场局遍页章点分秒听串栋寸码步组课名届轮批%";
 // Counting words that rarely begin another word, so they count even when spaced away from the
 // number ("买了 3 斤苹果"); the others must be glued to it, stand alone, or begin no word of
 // the household's lexicon ("4 天交房租" counts days, "20 晚饭" does not count evenings).

@@ -19,12 +19,15 @@ const Words reminderWords = { u"提醒", u"记得", u"别忘", u"不要忘", u"�
     u"要还", u"得交", u"得还", u"自动扣", u"扣款", u"之前把", u"之前要", u"之前交", u"之前还", u"前要", u"前交",
     u"前还", u"月底前", u"天后", u"还剩", u"remind", u"reminder", u"forget", u"due", u"deadline", u"need to",
     u"needs to", u"have to", u"has to", u"remember to", u"by monday", u"by tuesday", u"by wednesday", u"by thursday",
-    u"by friday", u"by saturday", u"by sunday", u"by tomorrow" };
+    u"by friday", u"by saturday", u"by sunday", u"by tomorrow", u"还欠", u"欠你", u"欠他", u"欠她", u"欠我", u"欠 ",
+    u"owe", u"owes", u"owed" };
 
 const Words priceChangeWords = { u"涨", u"降价", u"降到", u"降了", u"跌", u"便宜了", u"贵了", u"打折", u"折扣", u"优惠",
     u"满减", u"原价", u"现价", u"半价", u"单价", u"价格", u"价钱", u"half price", u"off", u"discount", u"went up",
     u"goes up", u"gone up", u"going up", u"up to", u"down to", u"price", u"prices", u"is now", u"are now", u"now costs",
-    u"a litre", u"per litre", u"a liter", u"per liter", u"per kg", u"a kilo" };
+    u"a litre", u"per litre", u"a liter", u"per liter", u"per kg", u"a kilo", u"省了", u"省下", u"太贵", u"好贵",
+    u"真贵", u"不贵", u"划算", u"cheaper", u"pricier", u"too expensive", u"so expensive", u"overpriced", u"worth it",
+    u"saved" };
 // A price said per unit is a price, not a purchase ("牛肉 12.99 一公斤").
 const Words perUnitWords
     = { u"一公斤", u"每公斤", u"一斤", u"每斤", u"一升", u"每升", u"一度", u"每度", u"/kg", u"/l" };
@@ -34,12 +37,13 @@ const Words purchaseWords = { u"买了", u"花了", u"付了", u"刷了", u"交�
 const Words measurementWords = { u"体重", u"身高", u"血压", u"血糖", u"体温", u"心率", u"体脂", u"腰围", u"胸围",
     u"室温", u"气温", u"温度", u"读数", u"步数", u"分数", u"成绩", u"考了", u"跑了", u"走了", u"游了", u"骑了", u"深蹲",
     u"卧推", u"硬拉", u"bmi", u"weight", u"height", u"steps", u"heart rate", u"resting hr", u"bpm", u"blood pressure",
-    u"temp", u"temperature", u"score", u"ran", u"walked", u"swam", u"cycled" };
+    u"temp", u"temperature", u"score", u"ran", u"walked", u"swam", u"cycled", u"平均", u"average", u"avg", u"剩下",
+    u"剩余", u"余额还有", u"余额是", u"balance is" };
 
-const Words planWords
-    = { u"预算", u"计划", u"打算", u"准备", u"想买", u"想要", u"想每", u"想存", u"要买", u"要不要", u"存钱", u"攒",
-          u"目标", u"控制在", u"如果", u"假如", u"要是", u"将要", u"下次", u"budget", u"plan", u"planning", u"going to",
-          u"gonna", u"want to", u"wanna", u"will", u"saving", u"save up", u"goal", u"target", u"afford", u"next time" };
+const Words planWords = { u"预算", u"计划", u"打算", u"准备", u"想买", u"想要", u"想每", u"想存", u"要买", u"要不要",
+    u"存钱", u"攒", u"目标", u"控制在", u"如果", u"假如", u"要是", u"将要", u"下次", u"budget", u"plan", u"planning",
+    u"going to", u"gonna", u"want to", u"wanna", u"will", u"saving", u"save up", u"goal", u"target", u"afford",
+    u"next time", u"限额", u"上限", u"额度", u"limit" };
 
 const Words payingVerbs = { u"买", u"花", u"付", u"交", u"缴", u"充", u"订", u"请客", u"刷", u"收到", u"到账", u"赚",
     u"卖", u"报销", u"退", u"paid", u"pay", u"spent", u"spend", u"bought", u"buy", u"got", u"cost", u"tip", u"refund",
@@ -131,6 +135,11 @@ std::optional<FinanceProblem> BookingShape::refusal(const MarkedText& text, cons
         return FinanceProblem::reminder;
     const bool purchased = containsAny(folded, purchaseWords);
     const bool spendThreshold = folded.contains(u'满') && folded.contains(u'减'); // "满 100 减 20"
+    // "打车比坐地铁贵 10 块", "比上个月多花了 200": a comparison, not a purchase.
+    const bool comparison = folded.contains(u'比')
+        && (folded.contains(u'贵') || folded.contains(u"便宜") || folded.contains(u"多花") || folded.contains(u"少花"));
+    if (comparison)
+        return FinanceProblem::priceChange;
     if (!purchased && (spendThreshold || containsAny(folded, priceChangeWords) || containsAny(folded, perUnitWords)))
         return FinanceProblem::priceChange;
     if (!purchased && containsAny(folded, measurementWords))

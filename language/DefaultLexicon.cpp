@@ -21,7 +21,7 @@ constexpr Row expenseRows[] = {
         u"烤肉|炸鸡|汉堡|披萨|寿司|拉面|面条|米线|米粉|麻辣烫|饺子|包子|小笼包|点心|甜品|蛋糕|冰淇淋|雪糕|零食|快餐|"
         u"便当|盒饭|三明治|麦当劳|肯德基|星巴克|赛百味|餐厅|饭店|饭馆|食堂|小吃|聚餐|下午茶|酒吧|啤酒|喝酒|请吃饭|"
         u"lunch|dinner|breakfast|brunch|coffee|latte|cafe|pizza|burger|sushi|kfc|mcdonalds|starbucks|subway|"
-        u"uber eats|ubereats|doordash|menulog|deliveroo|美团|饿了么|bubble tea|boba|矿泉水|瓶装水|饮用水" },
+        u"uber eats|ubereats|doordash|menulog|deliveroo|wine|beer|美团|饿了么|bubble tea|boba|矿泉水|瓶装水|饮用水" },
     { u"餐饮", 1, u"饭|餐|吃|喝|茶|面|酒" },
     { u"买菜", 2,
         u"买菜|菜市场|牛奶|鸡蛋|面包|水果|蔬菜|青菜|猪肉|牛肉|鸡肉|羊肉|海鲜|大米|面粉|酱油|调料|豆腐|苹果|香蕉|橙子|"
@@ -63,7 +63,7 @@ constexpr Row expenseRows[] = {
     { u"娱乐", 2,
         u"娱乐|电影|电影票|看电影|游戏|演唱会|ktv|唱歌|桌游|密室|剧本杀|展览|博物馆|游乐园|动物园|电玩|球赛|音乐会|"
         u"livehouse|steam|switch|ps5|xbox|movie|cinema|concert|game" },
-    { u"娱乐", 1, u"门票" },
+    { u"娱乐", 1, u"门票|ticket|tickets|show" },
     { u"旅行", 2,
         u"旅行|旅游|机票|酒店|住宿|民宿|景点|签证|航班|火车票|高铁|租车|度假|出游|行李|airbnb|hotel|flight|visa|"
         u"booking.com" },
