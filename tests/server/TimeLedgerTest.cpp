@@ -145,6 +145,9 @@ private slots:
         QTest::newRow("month 13") << u"date"_s << QJsonValue(u"2026-13-01"_s) << u"yyyy-MM-dd"_s;
         QTest::newRow("blank activity") << u"activity"_s << QJsonValue(u"  "_s) << u"活动名称"_s;
         QTest::newRow("unknown category") << u"category_id"_s << QJsonValue(99) << u"99"_s;
+        // The NUL that once reached a stored activity, refused at the door with its field named.
+        QTest::newRow("NUL in activity") << u"activity"_s << QJsonValue(QString(u"cod\0ing"_s))
+                                         << u"activity 含有不允许的控制字符"_s;
     }
     void badEntriesAreRefused()
     {

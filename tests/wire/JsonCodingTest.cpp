@@ -2,10 +2,12 @@
 #include "time/TimeDomainModels.h"
 #include "json/AnyCodableValue.h"
 #include "json/JSONScalar.h"
+#include "json/SafeText.h"
 
 #include <QTest>
 
 using namespace wire;
+using namespace Qt::StringLiterals;
 
 class JsonCodingTest : public QObject {
     Q_OBJECT
@@ -31,6 +33,54 @@ private slots:
             QFAIL("decoded a body that is not a login request");
         } catch (const DecodeError& error) {
             QCOMPARE(error.field(), field);
+        }
+    }
+
+    // Raw JSON bytes, so escapes reach the parser exactly as a client sends them.
+    void unsafeTextIsRefusedWhereverItHides_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<int>("reason"); // -1: decodes
+        QTest::addColumn<QString>("field");
+        const int control = int(UnsafeTextError::Reason::ControlCharacter);
+        const int surrogate = int(UnsafeTextError::Reason::UnpairedSurrogate);
+        const int direction = int(UnsafeTextError::Reason::DirectionControl);
+        QTest::newRow("tab and newline pass") << QByteArray(R"({"note":"a\tb\nc"})") << -1 << "";
+        QTest::newRow("paired surrogate passes") << QByteArray(R"({"title":"\ud83d\ude00 笑"})") << -1 << "";
+        QTest::newRow("direction mark in free text passes") << QByteArray(R"({"note":"\u202eabc"})") << -1 << "";
+        QTest::newRow("NUL") << QByteArray(R"({"activity":"cod\u0000ing"})") << control << "activity";
+        QTest::newRow("carriage return") << QByteArray(R"({"note":"a\r\nb"})") << control << "note";
+        QTest::newRow("escape sequence") << QByteArray(R"({"note":"\u001bc"})") << control << "note";
+        QTest::newRow("DEL") << QByteArray(R"({"note":"\u007f"})") << control << "note";
+        QTest::newRow("C1 control") << QByteArray(R"({"note":"\u0085"})") << control << "note";
+        QTest::newRow("lone high surrogate at the end") << QByteArray(R"({"note":"ab\ud83d"})") << surrogate << "note";
+        QTest::newRow("lone low surrogate") << QByteArray(R"({"note":"\ude00ab"})") << surrogate << "note";
+        QTest::newRow("high surrogate then letter") << QByteArray(R"({"note":"\ud83dx"})") << surrogate << "note";
+        QTest::newRow("right-to-left override in a name")
+            << QByteArray(R"({"display_name":"abc\u202etxt.exe"})") << direction << "display_name";
+        QTest::newRow("isolate in an id") << QByteArray(R"({"session_id":"s\u2066"})") << direction << "session_id";
+        QTest::newRow("mark in a title") << QByteArray(R"({"title":"\u200f"})") << direction << "title";
+        QTest::newRow("keyword in a list row")
+            << QByteArray(R"({"rows":[{"keyword":"ok"},{"keyword":"\u061c"}]})") << direction << "rows[1].keyword";
+        QTest::newRow("deep inside an array")
+            << QByteArray(R"({"payload":{"items":["ok","\u0000"]}})") << control << "payload.items[1]";
+        QTest::newRow("object key") << QByteArray(R"({"payload":{"a\u0000":1}})") << control << "payload";
+        QTest::newRow("bare string body") << QByteArray(R"("\u0007")") << control << "";
+    }
+    void unsafeTextIsRefusedWhereverItHides()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(int, reason);
+        QFETCH(QString, field);
+        try {
+            fromBytes<AnyCodableValue>(json);
+            QCOMPARE(-1, reason);
+        } catch (const UnsafeTextError& error) {
+            QCOMPARE(int(error.reason()), reason);
+            QCOMPARE(error.path(), field);
+            // The servers put this after "请求格式错误：", so it must read as Chinese and name the field.
+            QVERIFY2(error.description().startsWith(field.isEmpty() ? u"文本"_s : u"字段 "_s + field + u' '),
+                qPrintable(error.description()));
         }
     }
 

@@ -1,5 +1,7 @@
 #include "JsonCoding.h"
 
+#include "SafeText.h"
+
 #include <QJsonParseError>
 #include <QVariant>
 
@@ -125,6 +127,8 @@ QByteArray serialize(const QJsonValue& value)
     return wrapped.mid(1, wrapped.size() - 2);
 }
 
+// Beyond the DecodeErrors of the header, an UnsafeTextError for a string that no screen or file
+// should receive (SafeText.h).
 QJsonValue parse(const QByteArray& bytes)
 {
     if (bytes.trimmed().isEmpty())
@@ -132,14 +136,17 @@ QJsonValue parse(const QByteArray& bytes)
     QJsonParseError error {};
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error == QJsonParseError::NoError) {
-        if (document.isObject())
-            return document.object();
-        return document.array();
+        const QJsonValue value = document.isObject() ? QJsonValue(document.object()) : QJsonValue(document.array());
+        requireSafeDocument(value);
+        return value;
     }
     // Scalars at the top level are valid JSON that QJsonDocument refuses; wrap and retry.
     const QJsonDocument wrapped = QJsonDocument::fromJson("[" + bytes + "]", nullptr);
-    if (wrapped.isArray() && wrapped.array().size() == 1)
-        return wrapped.array().first();
+    if (wrapped.isArray() && wrapped.array().size() == 1) {
+        const QJsonValue value = wrapped.array().first();
+        requireSafeDocument(value);
+        return value;
+    }
     throw DecodeError(
         QString(), QStringLiteral("not valid JSON: %1 at offset %2").arg(error.errorString()).arg(error.offset));
 }
