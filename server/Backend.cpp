@@ -54,9 +54,13 @@ Backend::Backend(QString dataDir, PasswordCost cost, std::shared_ptr<Clock> cloc
     , m_timeCategories(m_database, m_households, m_lexicons, m_clock)
     , m_timeLedger(m_database, m_households, m_lexicons, m_clock)
     , m_financeLedger(m_database, m_households, m_clock)
+    , m_financeCategories(m_database, m_households, m_lexicons)
+    , m_financeSummaries(m_database, m_households)
+    , m_financePending(m_database, m_households, m_financeLedger, m_lexicons, m_clock)
     , m_pending(m_database, m_households, m_financeLedger, m_timeLedger, m_clock)
     , m_chatSessions(m_database, m_clock)
-    , m_seeder(m_database, m_accounts, m_households, m_timeLedger, m_financeLedger, m_clock, assetsDir())
+    , m_seeder(
+          m_database, m_accounts, m_households, m_timeLedger, m_financeLedger, m_financePending, m_clock, assetsDir())
 {
     m_database.migrate(db::migrations());
     m_turnContexts = std::make_unique<agent::TurnContextStore>();

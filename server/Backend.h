@@ -6,7 +6,10 @@
 #include "services/AssetsService.h"
 #include "services/ChatSessionService.h"
 #include "services/DemoSeeder.h"
+#include "services/FinanceCategoryService.h"
 #include "services/FinanceLedgerService.h"
+#include "services/FinancePendingService.h"
+#include "services/FinanceSummaryService.h"
 #include "services/HouseholdService.h"
 #include "services/LexiconService.h"
 #include "services/PasswordHasher.h"
@@ -49,6 +52,9 @@ public:
     TimeCategoryService& timeCategories() { return m_timeCategories; }
     TimeLedgerService& timeLedger() { return m_timeLedger; }
     FinanceLedgerService& financeLedger() { return m_financeLedger; }
+    FinanceCategoryService& financeCategories() { return m_financeCategories; }
+    FinanceSummaryService& financeSummaries() { return m_financeSummaries; }
+    FinancePendingService& financePending() { return m_financePending; }
     PendingService& pending() { return m_pending; }
     ChatSessionService& chatSessions() { return m_chatSessions; }
     // Chat turns: the agents, the per-user rate limit and the hook for finished turns.
@@ -70,6 +76,9 @@ private:
     TimeCategoryService m_timeCategories;
     TimeLedgerService m_timeLedger;
     FinanceLedgerService m_financeLedger;
+    FinanceCategoryService m_financeCategories;
+    FinanceSummaryService m_financeSummaries;
+    FinancePendingService m_financePending;
     PendingService m_pending;
     ChatSessionService m_chatSessions;
     DemoSeeder m_seeder;

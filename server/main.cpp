@@ -197,10 +197,12 @@ int seedDemo(const Arguments& args)
     if (!password)
         printLine(QStringLiteral("These passwords were generated now and are not shown again."));
     printLine(
-        QStringLiteral("Ledgers: %1 confirmed time blocks, %2 captured entries waiting for review, %3 finance lines.")
+        QStringLiteral("Ledgers: %1 confirmed time blocks, %2 captured entries waiting for review, %3 finance lines, "
+                       "%4 finance lines waiting for review.")
             .arg(result.ledgers.confirmedBlocks)
             .arg(result.ledgers.capturedEntries)
-            .arg(result.ledgers.financeLines));
+            .arg(result.finance.lines)
+            .arg(result.finance.pending));
     if (!result.notesWritten.isEmpty())
         printLine(QStringLiteral("Asset notes written: %1").arg(result.notesWritten.join(QStringLiteral(", "))));
     printLine(QStringLiteral("To sign in: run `lumen-api serve --data-dir %1`, then log in to VelmarOS as velmar "

@@ -1,6 +1,7 @@
 #include "Migrations.h"
 
 #include "CaptureKeysSchema.h"
+#include "FinanceLedgerSchema.h"
 
 namespace lumen::db {
 
@@ -252,6 +253,7 @@ const std::vector<Migration>& migrations()
         { 1, "accounts, households, tokens", kAccounts },
         { 2, "time ledger, pending items, finance ledger, lexicon", kLedgers },
         { 3, "chat sessions and their messages", kChatSessions },
+        { 4, "finance ledger in exact amounts, categories, lines awaiting review", kFinanceLedgerSchema },
         { 7, "capture segment keys", kCaptureKeysSchema },
     };
     return all;

@@ -1,6 +1,5 @@
 #include "DemoLedgers.h"
 
-#include "FinanceLedgerService.h"
 #include "LocalClock.h"
 #include "TimeLedgerService.h"
 #include "db/Connection.h"
@@ -144,33 +143,6 @@ struct Habit {
 };
 const Habit kOwnerHabits[] = { { "code", work }, { "terminal", work }, { "bilibili", leisure } };
 
-struct Line {
-    int daysAgo;
-    double amount;
-    const char* currency;
-    const char16_t* category;
-    const char16_t* description;
-    const char* spender; // empty: the member's name or the owner's, by `byMember`
-    bool byMember;
-    bool income;
-};
-
-const Line kLines[] = {
-    { 13, 620.00, "AUD", u"住房", u"房租（两周）", "shared", false, false },
-    { 12, 86.40, "AUD", u"买菜", u"Coles", "shared", true, false },
-    { 11, 20.00, "AUD", u"交通", u"myki 充值", "", false, false },
-    { 10, 18.90, "AUD", u"餐饮", u"午餐 拉面", "", false, false },
-    { 9, 2450.00, "AUD", u"工资", u"工资", "", true, true },
-    { 8, 18.99, "AUD", u"订阅", u"Netflix", "shared", false, false },
-    { 7, 142.30, "AUD", u"水电网", u"电费", "shared", true, false },
-    { 6, 18.00, "CNY", u"餐饮", u"奶茶", "", false, false },
-    { 5, 59.90, "AUD", u"购物", u"优衣库 外套", "", true, false },
-    { 4, 120.00, "AUD", u"医疗", u"洗牙", "", true, false },
-    { 3, 64.25, "AUD", u"买菜", u"Woolworths", "shared", false, false },
-    { 2, 1000.00, "AUD", u"奖学金", u"奖学金", "", false, true },
-    { 1, 96.00, "AUD", u"餐饮", u"聚餐 火锅", "shared", true, false },
-};
-
 int minutes(const char* clock)
 {
     return *LocalClock::parseClock(QString::fromLatin1(clock));
@@ -183,14 +155,13 @@ bool isWeekend(QDate day)
 
 } // namespace
 
-DemoLedgers::DemoLedgers(TimeLedgerService& time, FinanceLedgerService& finance)
+DemoLedgers::DemoLedgers(TimeLedgerService& time)
     : m_time(time)
-    , m_finance(finance)
 {
 }
 
 DemoLedgerCounts DemoLedgers::write(
-    db::Connection& connection, const LocalClock& local, qint64 householdId, qint64 ownerId, qint64 memberId)
+    db::Connection& connection, const LocalClock& local, qint64 ownerId, qint64 memberId)
 {
     DemoLedgerCounts counts;
     const QDateTime now = local.now();
@@ -268,31 +239,6 @@ DemoLedgerCounts DemoLedgers::write(
     capture(ownerId, today, kOwnerMorning);
     capture(memberId, yesterday, kMemberEvening);
 
-    QString ownerName;
-    QString memberName;
-    {
-        auto names = connection.prepare("SELECT id, display_name FROM users WHERE id IN (:owner, :member)");
-        names.bind(":owner", ownerId).bind(":member", memberId);
-        while (names.step())
-            (names.integer(0) == ownerId ? ownerName : memberName) = names.text(1);
-    }
-    for (const Line& line : kLines) {
-        NewTransaction booked;
-        booked.date = today.addDays(-line.daysAgo);
-        booked.amount = line.amount;
-        booked.currency = QString::fromLatin1(line.currency);
-        booked.category = QString::fromUtf16(line.category);
-        booked.description = QString::fromUtf16(line.description);
-        booked.spender = *line.spender ? QString::fromLatin1(line.spender) : (line.byMember ? memberName : ownerName);
-        booked.direction = line.income ? QStringLiteral("income") : QStringLiteral("expense");
-        booked.source = QStringLiteral("demo");
-        if (booked.category == QStringLiteral("买菜") && line.daysAgo == 12) {
-            booked.items = { { QStringLiteral("牛奶"), 4.50 }, { QStringLiteral("鸡蛋"), 7.20 },
-                { QStringLiteral("牛肉"), 32.90 }, { QStringLiteral("蔬菜水果"), 41.80 } };
-        }
-        m_finance.insertIn(connection, householdId, line.byMember ? memberId : ownerId, booked);
-        ++counts.financeLines;
-    }
     return counts;
 }
 

@@ -85,12 +85,14 @@ bool nameTaken(db::Connection& connection, const QString& name)
 } // namespace
 
 DemoSeeder::DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households,
-    TimeLedgerService& time, FinanceLedgerService& finance, std::shared_ptr<Clock> clock, QString assetsDir)
+    TimeLedgerService& time, FinanceLedgerService& finance, FinancePendingService& financePending,
+    std::shared_ptr<Clock> clock, QString assetsDir)
     : m_database(database)
     , m_accounts(accounts)
     , m_households(households)
     , m_time(time)
     , m_finance(finance)
+    , m_financePending(financePending)
     , m_clock(std::move(clock))
     , m_assetsDir(std::move(assetsDir))
 {
@@ -157,7 +159,12 @@ SeedResult DemoSeeder::seed(const std::optional<QString>& password)
         = m_accounts.insertUser(connection, result.accounts[1].username, memberHash, result.accounts[1].displayName);
     const BindResult bound = m_households.bindUserIn(connection, owner.id, member.id, QStringLiteral("member"));
     const LocalClock local(*m_clock, m_households.householdOf(owner.id).timezone);
-    result.ledgers = DemoLedgers(m_time, m_finance).write(connection, local, bound.householdId, owner.id, member.id);
+    result.ledgers = DemoLedgers(m_time).write(connection, local, owner.id, member.id);
+    result.finance = DemoFinanceYear(m_finance, m_financePending)
+                         .write(connection,
+                             { bound.householdId, owner.id, member.id, result.accounts[0].displayName,
+                                 result.accounts[1].displayName },
+                             local.today());
     connection.prepare("INSERT INTO meta (key, value) VALUES (:key, :value)")
         .bind(":key", QString::fromLatin1(kSeededKey))
         .bind(":value", m_clock->now().toUTC().toString(Qt::ISODate))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Clock.h"
+#include "DemoFinanceYear.h"
 #include "DemoLedgers.h"
 
 #include <QString>
@@ -19,6 +20,7 @@ class Database;
 
 class AccountService;
 class FinanceLedgerService;
+class FinancePendingService;
 class HouseholdService;
 class TimeLedgerService;
 
@@ -34,15 +36,17 @@ struct SeedResult {
     std::vector<DemoAccount> accounts;
     QStringList notesWritten; // slugs of the asset notes written
     DemoLedgerCounts ledgers;
+    DemoFinanceCounts finance;
 };
 
 // Makes the demo household in a fresh data folder: owner "velmar" with member "sefa" bound to
-// him, a recent fortnight of their time and money, plus a few asset notes. A folder seeded once, or already holding
-// either name, is left exactly as it is.
+// him, a recent fortnight of their time, a year of their money, plus a few asset notes. A folder seeded once, or
+// already holding either name, is left exactly as it is.
 class DemoSeeder {
 public:
     DemoSeeder(db::Database& database, AccountService& accounts, HouseholdService& households, TimeLedgerService& time,
-        FinanceLedgerService& finance, std::shared_ptr<Clock> clock, QString assetsDir);
+        FinanceLedgerService& finance, FinancePendingService& financePending, std::shared_ptr<Clock> clock,
+        QString assetsDir);
 
     SeedResult seed(const std::optional<QString>& password = std::nullopt);
     bool isSeeded();
@@ -57,6 +61,7 @@ private:
     HouseholdService& m_households;
     TimeLedgerService& m_time;
     FinanceLedgerService& m_finance;
+    FinancePendingService& m_financePending;
     std::shared_ptr<Clock> m_clock;
     QString m_assetsDir;
 };

@@ -1,6 +1,7 @@
 #include "HouseholdService.h"
 
 #include "ApiError.h"
+#include "FinanceCategoryService.h"
 #include "TimeCategoryService.h"
 #include "UserNames.h"
 #include "db/Database.h"
@@ -121,6 +122,7 @@ qint64 HouseholdService::foundHousehold(db::Connection& connection, qint64 owner
         .run();
     const qint64 householdId = connection.lastInsertId();
     TimeCategoryService::seedDefaults(connection, householdId);
+    FinanceCategoryService::seedDefaults(connection, householdId);
     connection.prepare("INSERT OR IGNORE INTO meta (key, value) VALUES ('home_household_id', :id)")
         .bind(":id", QString::number(householdId))
         .run();

@@ -90,6 +90,18 @@ std::shared_ptr<const language::Lexicon> LexiconService::build(qint64 householdI
         lexicon->addFinanceWord(
             words.text(0), words.text(1), kindNamed(words.text(2)).value_or(language::EntryKind::expense));
     }
+    // The household's own finance categories are found by name, and book their own way.
+    auto financeCategories = connection.prepare(
+        "SELECT name, kind FROM finance_categories WHERE household_id = :household ORDER BY sort_order, id");
+    financeCategories.bind(":household", householdId);
+    while (financeCategories.step()) {
+        const QString name = financeCategories.text(0);
+        if (!lexicon->isFinanceCategory(name)) {
+            lexicon->addFinanceCategory(name,
+                financeCategories.text(1) == QStringLiteral("income") ? language::EntryKind::income
+                                                                      : language::EntryKind::expense);
+        }
+    }
     static const QRegularExpression separators(QStringLiteral("[,，、;；\\s]+"));
     auto categories = connection.prepare(
         "SELECT name, keywords FROM time_categories WHERE household_id = :household AND deleted_at IS NULL "

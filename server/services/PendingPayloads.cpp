@@ -1,6 +1,7 @@
 #include "PendingPayloads.h"
 
 #include "ApiError.h"
+#include "FinanceInput.h"
 #include "LocalClock.h"
 
 #include <QRegularExpression>
@@ -11,7 +12,6 @@ namespace lumen {
 
 namespace {
 
-constexpr double kMaxAmount = 1e9;
 constexpr int kMaxTextLength = 500;
 
 std::optional<QString> text(const wire::AnyDict& payload, const char* key)
@@ -77,15 +77,6 @@ int clock(const wire::AnyDict& payload, const char* key)
     return *minutes;
 }
 
-double amount(std::optional<double> value, const QString& what)
-{
-    if (!value || !std::isfinite(*value))
-        throw ApiError::unprocessable(QStringLiteral("缺少%1").arg(what));
-    if (*value <= 0 || *value > kMaxAmount)
-        throw ApiError::unprocessable(QStringLiteral("%1必须大于 0").arg(what));
-    return std::round(*value * 100) / 100;
-}
-
 } // namespace
 
 QString PendingPayloads::kindOf(const wire::AnyDict& payload)
@@ -119,24 +110,22 @@ wire::TimeEntryUpdateRequest PendingPayloads::timeChange(const wire::AnyDict& pa
 NewTransaction PendingPayloads::finance(const wire::AnyDict& payload, const FinanceDefaults& defaults)
 {
     NewTransaction line;
-    line.amount = amount(number(payload, "amount"), QStringLiteral("金额"));
-    line.currency = text(payload, "currency").value_or(defaults.currency).toUpper();
-    if (line.currency.isEmpty())
-        line.currency = defaults.currency;
-    static const QRegularExpression code(QStringLiteral("^[A-Z]{3}$"));
-    if (!code.match(line.currency).hasMatch())
-        throw ApiError::unprocessable(QStringLiteral("币种应为三个字母，例如 AUD：%1").arg(line.currency.left(10)));
+    line.amount = FinanceInput::positiveAmount(number(payload, "amount"), QStringLiteral("金额"));
+    line.currency = FinanceInput::currency(text(payload, "currency").value_or(QString()), defaults.currency);
     line.category = limited(text(payload, "category").value_or(QString()), "category");
     if (line.category.isEmpty())
         line.category = QStringLiteral("其他");
-    line.date = day(payload, defaults.today);
+    const auto written = text(payload, "date");
+    line.date = written && !written->isEmpty() ? FinanceInput::day(*written) : defaults.today;
     line.description = limited(text(payload, "description").value_or(QString()), "description");
     line.spender = limited(text(payload, "spender").value_or(QString()), "spender");
     if (line.spender.isEmpty())
         line.spender = defaults.spender;
-    line.direction = text(payload, "direction").value_or(QStringLiteral("expense"));
-    if (line.direction != QLatin1String("expense") && line.direction != QLatin1String("income"))
-        throw ApiError::unprocessable(QStringLiteral("direction 只能是 expense 或 income"));
+    if (const auto direction = text(payload, "direction"); direction && !direction->isEmpty()) {
+        if (*direction != QLatin1String("expense") && *direction != QLatin1String("income"))
+            throw ApiError::unprocessable(QStringLiteral("direction 只能是 expense 或 income"));
+        line.direction = *direction;
+    }
     if (const auto account = text(payload, "account"); account && !account->isEmpty())
         line.accountName = limited(*account, "account");
     if (const auto note = text(payload, "note"); note && !note->isEmpty())
@@ -156,8 +145,9 @@ NewTransaction PendingPayloads::finance(const wire::AnyDict& payload, const Fina
             const QString name = limited(text(*item, "name").value_or(QString()), "items.name");
             if (name.isEmpty())
                 throw ApiError::unprocessable(QStringLiteral("明细第 %1 项缺少名称").arg(index));
-            line.items.push_back(
-                { name, amount(number(*item, "amount"), QStringLiteral("明细第 %1 项的金额").arg(index)) });
+            line.items.push_back({ name,
+                FinanceInput::positiveAmount(
+                    number(*item, "amount"), QStringLiteral("明细第 %1 项的金额").arg(index)) });
         }
     }
     return line;

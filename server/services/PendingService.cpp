@@ -198,7 +198,7 @@ wire::PendingItem PendingService::commit(qint64 userId, const QString& id)
         NewTransaction line = PendingPayloads::finance(item.payload, { household.currency, speaker, local.today() });
         if (update) {
             const qint64 target = PendingPayloads::targetOf(item.payload);
-            m_finance.updateIn(connection, household.id, target, line);
+            m_finance.updateIn(connection, household.id, userId, target, line);
             reference = QStringLiteral("finance:%1").arg(target);
         } else {
             line.source = QStringLiteral("chat");

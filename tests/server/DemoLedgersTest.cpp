@@ -1,7 +1,6 @@
 #include "ServerHttp.h"
 #include "TestServer.h"
 
-#include "Backend.h"
 #include "time/TimeDomainModels.h"
 
 #include <QTest>
@@ -97,28 +96,6 @@ private slots:
                     QFAIL(qPrintable(u"an entry from later today: "_s + entry.start_time + u" "_s + entry.activity));
             }
         }
-    }
-
-    void aFewHouseholdFinanceLines()
-    {
-        TestServer server;
-        server.seedDemo(u"demo"_s);
-        lumen::Backend& backend = server.server().backend();
-        const int sefa = int(backend.accounts().findUser(u"sefa"_s)->id);
-        const auto lines = backend.financeLedger().list(sefa, QDate(2026, 11, 7), QDate(2026, 11, 20));
-        QVERIFY(lines.size() >= 10);
-        std::set<QString> spenders;
-        std::set<QString> directions;
-        std::set<QString> currencies;
-        for (const auto& line : lines) {
-            spenders.insert(line.spender.value_or(QString()));
-            directions.insert(line.direction.value_or(QString()));
-            currencies.insert(line.currency.value_or(QString()));
-        }
-        QCOMPARE(spenders, (std::set<QString> { u"Velmar"_s, u"Sefa"_s, u"shared"_s }));
-        QCOMPARE(directions, (std::set<QString> { u"expense"_s, u"income"_s }));
-        QVERIFY(currencies.count(u"CNY"_s));
-        QVERIFY(std::any_of(lines.begin(), lines.end(), [](const auto& line) { return line.items_count > 0; }));
     }
 
 private:

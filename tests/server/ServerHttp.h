@@ -46,10 +46,18 @@ public:
     {
         return send("PATCH", path, body, token);
     }
+    Reply put(const std::string& path, const std::string& body, const QString& token = {})
+    {
+        return send("PUT", path, body, token);
+    }
     // The same with a JSON object as the body.
     Reply post(const std::string& path, const QJsonObject& body, const QString& token)
     {
         return post(path, QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(), token);
+    }
+    Reply put(const std::string& path, const QJsonObject& body, const QString& token)
+    {
+        return put(path, QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(), token);
     }
     Reply patch(const std::string& path, const QJsonObject& body, const QString& token)
     {
@@ -66,6 +74,8 @@ public:
                 return m_client.Get(path.c_str(), headers);
             if (method == "DELETE")
                 return m_client.Delete(path.c_str(), headers);
+            if (method == "PUT")
+                return m_client.Put(path.c_str(), headers, body, "application/json");
             if (method == "PATCH")
                 return m_client.Patch(path.c_str(), headers, body, "application/json");
             return m_client.Post(path.c_str(), headers, body, "application/json");
