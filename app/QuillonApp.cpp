@@ -13,6 +13,8 @@
 #include <QSettings>
 #include <QTimer>
 
+#include <iostream>
+
 #include "ImportQmlModules.h"
 
 namespace {
@@ -34,15 +36,41 @@ bool handOverToRunningInstance()
     return true;
 }
 
+// --version and --help answer before any window system is touched, so they work in a shell
+// without a display and in the install checks.
+int answerCommandLine(int argc, char* argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray word(argv[i]);
+        if (word == "--version") {
+            std::cout << "velmaros " << VELMAROS_VERSION << '\n';
+            return 0;
+        }
+        if (word == "--help" || word == "-h") {
+            std::cout << "用法：velmaros [--version] [--help]\n"
+                         "启动 Velmar OS 桌面客户端。已在运行时，把已有窗口带回前台。\n"
+                         "后端 lumen-api：" VELMAROS_API_BASE "\n"
+                         "中继 mintbridge：" VELMAROS_RELAY_BASE "\n";
+            return 0;
+        }
+    }
+    return -1;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    if (const int code = answerCommandLine(argc, argv); code >= 0)
+        return code;
+
     QGuiApplication app(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("VelmarOS"));
     QGuiApplication::setApplicationName(QStringLiteral("VelmarOS"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Velmar OS"));
     QGuiApplication::setApplicationVersion(QStringLiteral("1.3"));
+    // Ties the window to its menu entry and icon on Wayland and in task switchers.
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.velmar.VelmarOS"));
     QGuiApplication::setFont(QFont(QStringLiteral("Noto Sans CJK SC"), 10));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
 

@@ -24,6 +24,7 @@ constexpr int kUsageError = 2;
 const char* const kUsage = R"(usage:
   mintbridge serve [--listen HOST:PORT] [--workers N]
   mintbridge token
+  mintbridge --version
 defaults: --listen 127.0.0.1:8788
 environment:
   MINTBRIDGE_TOKEN           the bearer token (else ~/.config/mintbridge/bearer, made on first start)
@@ -139,6 +140,10 @@ int main(int argc, char** argv)
     if (raw.isEmpty() || raw.first() == QLatin1String("--help") || raw.first() == QLatin1String("-h")) {
         std::cout << kUsage;
         return raw.isEmpty() ? kUsageError : 0;
+    }
+    if (raw.first() == QLatin1String("--version")) {
+        std::cout << "mintbridge " << VELMAROS_VERSION << '\n';
+        return 0;
     }
     const QString command = raw.first();
     try {

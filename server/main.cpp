@@ -30,6 +30,7 @@ const char* const kUsage = R"(usage:
   lumen-api serve [--data-dir DIR] [--listen HOST:PORT] [--workers N]
   lumen-api user add NAME [--display-name X] [--data-dir DIR]   (password on standard input)
   lumen-api seed-demo [--data-dir DIR] [--password P]
+  lumen-api --version
 defaults: --data-dir ~/.local/share/lumen-api, --listen 127.0.0.1:8787
 )";
 
@@ -221,6 +222,10 @@ int main(int argc, char** argv)
     if (raw.isEmpty() || raw.first() == QLatin1String("--help") || raw.first() == QLatin1String("-h")) {
         std::cout << kUsage;
         return raw.isEmpty() ? kUsageError : 0;
+    }
+    if (raw.first() == QLatin1String("--version")) {
+        std::cout << "lumen-api " << VELMAROS_VERSION << '\n';
+        return 0;
     }
     const QString command = raw.first();
     try {
