@@ -83,9 +83,10 @@ void FocusProbe::record(const std::vector<Segment>& closed, bool closing)
 {
     const QDateTime now = m_clock.now();
     const bool due = !m_openKeptAt || std::abs(m_openKeptAt->secsTo(now)) >= kKeepOpenEverySec;
-    if (closed.empty() && !closing && !due)
+    if (closed.empty() && m_unsaved.empty() && !closing && !due)
         return;
-    std::vector<wire::TimeManualRequest> requests;
+    std::vector<wire::TimeManualRequest> requests = std::move(m_unsaved);
+    m_unsaved.clear();
     for (const Segment& segment : closed)
         requests.push_back(segmentRequest(segment, m_config.zone));
     std::optional<wire::TimeManualRequest> open;
@@ -96,7 +97,9 @@ void FocusProbe::record(const std::vector<Segment>& closed, bool closing)
         m_queue.record(requests, open);
         m_openKeptAt = now;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "[focus-probe] 片段未能写入本地队列：%s\n", error.what());
+        // Held in memory and offered again at the next look, when the disk may have room.
+        m_unsaved = std::move(requests);
+        std::fprintf(stderr, "[focus-probe] 片段未能写入本地队列，下次再试：%s\n", error.what());
     }
 }
 

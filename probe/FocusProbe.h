@@ -2,6 +2,8 @@
 
 #include "Segmenter.h"
 
+#include "time/TimeDomainModels.h"
+
 #include <QObject>
 #include <QStringList>
 #include <QTimeZone>
@@ -59,4 +61,5 @@ private:
     QTimer m_timer;
     QStringList m_problems;
     std::optional<QDateTime> m_openKeptAt;
+    std::vector<wire::TimeManualRequest> m_unsaved; // closed, but the queue could not take them
 };
